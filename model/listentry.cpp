@@ -1,0 +1,25 @@
+#include "model/listentry.h"
+
+int Listentry::setSort = Listentry::SORT_INDEX;
+
+Listentry::Listentry(int index_, const char *name_)
+    : name(name_ != nullptr ? name_ : ""), type(ENTRY_GENRE), index(index_)
+{
+}
+
+bool listentryComesBefore(const Listentry &a, const Listentry &b)
+{
+    // eString compares as std::string does: the common prefix byte by byte as
+    // unsigned values, then the shorter text is the smaller.
+    switch (Listentry::setSort) {
+    case Listentry::SORT_BITRATE:
+        if (a.bitrate != b.bitrate)
+            return a.bitrate > b.bitrate;
+        break; // equal bitrates: by index
+    case Listentry::SORT_NAME:
+        return a.name < b.name;
+    default:
+        break;
+    }
+    return a.index < b.index;
+}
