@@ -1,5 +1,7 @@
 #include "base/messages.h"
 
+#include "base/ebase.h"
+
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -91,4 +93,15 @@ TEST_F(Messages, CataloguesAreReadFromTheBuild)
     std::FILE *file = std::fopen(catalogue.c_str(), "rb");
     ASSERT_NE(file, nullptr) << catalogue;
     std::fclose(file);
+}
+
+TEST(MessagesOfTheApplication, ConstructingTheApplicationSetsUpTheCatalogue)
+{
+    setenv("TARNWAVE_LANGUAGE", "de", 1);
+    {
+        eApplication application;
+        EXPECT_EQ(translate("Genre List"), "Genre-Liste");
+    }
+    unsetenv("TARNWAVE_LANGUAGE");
+    setMessageLanguage("");
 }

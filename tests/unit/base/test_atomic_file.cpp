@@ -1,0 +1,118 @@
+// Whole-file replacement through a temporary file and rename.
+
+#include "base/atomic_file.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+namespace {
+
+mode_t modeOf(const fs::path &file)
+{
+    struct stat info {};
+    EXPECT_EQ(::stat(file.c_str(), &info), 0);
+    return info.st_mode & 07777;
+}
+
+long entriesIn(const fs::path &directory)
+{
+    return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+}
+
+TEST(AtomicFile, WritesNewFileAndReplacesItWhole)
+{
+    TempDir dir;
+    const fs::path file = dir.path() / "data.txt";
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "first version, rather long\n"), 0);
+    EXPECT_EQ(readFile(file), "first version, rather long\n");
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "second\n"), 0);
+    EXPECT_EQ(readFile(file), "second\n");
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "with\0nul"s), 0);
+    EXPECT_EQ(readFile(file), "with\0nul"s);
+    EXPECT_EQ(entriesIn(dir.path()), 1);
+}
+
+TEST(AtomicFile, KeepsTheModeOfTheReplacedFile)
+{
+    TempDir dir;
+    const fs::path file = dir.path() / "script.sh";
+    writeFile(file, "#!/bin/sh\n");
+    fs::permissions(file, static_cast<fs::perms>(0750));
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "#!/bin/sh\necho\n"), 0);
+    EXPECT_EQ(modeOf(file), 0750u);
+}
+
+TEST(AtomicFile, GivenModeIsSetExactly)
+{
+    TempDir dir;
+    const fs::path file = dir.path() / "private";
+    boxfile::AtomicWriteOptions options;
+    options.mode = 0600;
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "secret\n", options), 0);
+    EXPECT_EQ(modeOf(file), 0600u);
+    options.mode = 0755;
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "secret\n", options), 0);
+    EXPECT_EQ(modeOf(file), 0755u);
+}
+
+TEST(AtomicFile, CreatesMissingDirectoriesOnlyWhenAsked)
+{
+    TempDir dir;
+    const fs::path file = dir.path() / "a/b/c/file";
+    EXPECT_EQ(boxfile::writeFileAtomically(file.string(), "x"), ENOENT);
+    EXPECT_FALSE(fs::exists(dir.path() / "a"));
+    boxfile::AtomicWriteOptions options;
+    options.createDirectories = true;
+    ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "x", options), 0);
+    EXPECT_EQ(readFile(file), "x");
+}
+
+TEST(AtomicFile, FailureLeavesTheOldFileAndNoTemporaryFile)
+{
+    TempDir dir;
+    // The target is a directory with something in it: the rename must fail.
+    const fs::path target = dir.path() / "target";
+    fs::create_directories(target / "inside");
+    EXPECT_NE(boxfile::writeFileAtomically(target.string(), "x"), 0);
+    EXPECT_TRUE(fs::is_directory(target / "inside"));
+    EXPECT_EQ(entriesIn(dir.path()), 1);
+}
+
+TEST(AtomicFile, RegularFileInThePathIsReported)
+{
+    TempDir dir;
+    writeFile(dir.path() / "blocker", "file, not a directory\n");
+    boxfile::AtomicWriteOptions options;
+    options.createDirectories = true;
+    EXPECT_NE(boxfile::writeFileAtomically((dir.path() / "blocker/store.conf").string(), "x", options), 0);
+    EXPECT_EQ(boxfile::writeFileAtomically((dir.path() / "blocker/store.conf").string(), "x"), ENOTDIR);
+    EXPECT_EQ(readFile(dir.path() / "blocker"), "file, not a directory\n");
+}
+
+TEST(AtomicFile, SymbolicLinkIsFollowed)
+{
+    TempDir dir;
+    const fs::path real = dir.path() / "real";
+    const fs::path link = dir.path() / "link";
+    writeFile(real, "old\n");
+    fs::create_symlink(real, link);
+    ASSERT_EQ(boxfile::writeFileAtomically(link.string(), "new\n"), 0);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(readFile(real), "new\n");
+    EXPECT_EQ(entriesIn(dir.path()), 2);
+}
+
+TEST(AtomicFile, EmptyPathIsRefused)
+{
+    EXPECT_EQ(boxfile::writeFileAtomically("", "x"), EINVAL);
+}
+
+} // namespace
