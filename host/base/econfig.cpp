@@ -1,6 +1,6 @@
 #include "base/econfig.h"
 
-#include "base/atomic_file.h"
+#include "base/whole_file.h"
 #include "base/boxpath.h"
 #include "base/elog.h"
 
@@ -209,30 +209,6 @@ std::optional<Damage> parse(std::string_view text, Map &values)
     return std::nullopt;
 }
 
-// Reads the whole file; 0 or an errno value.
-int readWholeFile(const std::string &path, std::string &contents)
-{
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return errno;
-    int error = 0;
-    char buffer[65536];
-    for (;;) {
-        ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got < 0) {
-            if (errno == EINTR)
-                continue;
-            error = errno;
-            break;
-        }
-        if (got == 0)
-            break;
-        contents.append(buffer, static_cast<std::size_t>(got));
-    }
-    ::close(fd);
-    return error;
-}
-
 // Renames a damaged store aside without replacing an earlier damaged copy;
 // the new name, or nothing (with `error` set) when it could not be renamed.
 std::optional<std::string> keepAside(const std::string &path, int &error)
@@ -273,7 +249,7 @@ eConfig::~eConfig() = default;
 void eConfig::load()
 {
     std::string contents;
-    if (int error = readWholeFile(path_, contents); error != 0) {
+    if (int error = boxfile::readWholeFile(path_, contents); error != 0) {
         if (error == ENOENT)
             eWarning("configuration store %s not found; starting empty", path_.c_str());
         else

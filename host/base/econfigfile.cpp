@@ -1,6 +1,6 @@
 #include "base/econfigfile.h"
 
-#include "base/atomic_file.h"
+#include "base/whole_file.h"
 #include "base/elog.h"
 
 #include <cerrno>
@@ -218,31 +218,11 @@ void eConfigFile::read()
 {
     if (path_.empty())
         return;
-    int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return;
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
-        ::close(fd);
+    if (::stat(path_.c_str(), &info) != 0 || S_ISDIR(info.st_mode))
         return;
-    }
     std::string contents;
-    char buffer[65536];
-    bool failed = false;
-    for (;;) {
-        ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got < 0) {
-            if (errno == EINTR)
-                continue;
-            failed = true;
-            break;
-        }
-        if (got == 0)
-            break;
-        contents.append(buffer, static_cast<std::size_t>(got));
-    }
-    ::close(fd);
-    if (failed)
+    if (boxfile::readWholeFile(path_, contents) != 0)
         return;
 
     mode_ = info.st_mode & 07777;

@@ -1,6 +1,8 @@
 #include "base/ebase.h"
 #include "base/elog.h"
 
+#include "support/run_loop.h"
+
 #include <gtest/gtest.h>
 
 #include <pthread.h>
@@ -23,19 +25,6 @@ using Clock = std::chrono::steady_clock;
 long long millisecondsSince(Clock::time_point start)
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-}
-
-// Processes rounds until `done` holds; gives up after `limit`.
-template <class Predicate>
-bool runUntil(eMainloop &loop, Predicate done, std::chrono::milliseconds limit = 5s)
-{
-    const auto deadline = Clock::now() + limit;
-    while (!done()) {
-        if (Clock::now() > deadline)
-            return false;
-        loop.processOneEvent(50);
-    }
-    return true;
 }
 
 } // namespace

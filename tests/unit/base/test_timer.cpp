@@ -1,6 +1,8 @@
 #include "base/ebase.h"
 #include "base/elog.h"
 
+#include "support/run_loop.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -18,18 +20,6 @@ using Clock = std::chrono::steady_clock;
 double millisecondsBetween(Clock::time_point from, Clock::time_point to)
 {
     return std::chrono::duration<double, std::milli>(to - from).count();
-}
-
-template <class Predicate>
-bool runUntil(eMainloop &loop, Predicate done, std::chrono::milliseconds limit = 5s)
-{
-    const auto deadline = Clock::now() + limit;
-    while (!done()) {
-        if (Clock::now() > deadline)
-            return false;
-        loop.processOneEvent(50);
-    }
-    return true;
 }
 
 } // namespace

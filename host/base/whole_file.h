@@ -1,16 +1,21 @@
-#ifndef TARNWAVE_HOST_BASE_ATOMIC_FILE_H
-#define TARNWAVE_HOST_BASE_ATOMIC_FILE_H
+#ifndef TARNWAVE_HOST_BASE_WHOLE_FILE_H
+#define TARNWAVE_HOST_BASE_WHOLE_FILE_H
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
 
-// Whole-file replacement that never leaves a half-written file behind: the
-// configuration store and the recorder script are written this way, so that a
-// crash or a power cut leaves either the old or the new contents.
+// Whole-file reading, and whole-file replacement that never leaves a
+// half-written file behind: the configuration store and the recorder script
+// are written this way, so that a crash or a power cut leaves either the old
+// or the new contents.
 
 namespace boxfile {
+
+// Reads the whole file at `path` into `contents` (appending). Returns 0 on
+// success, otherwise an errno value (EISDIR for a directory).
+int readWholeFile(const std::string &path, std::string &contents);
 
 struct AtomicWriteOptions
 {

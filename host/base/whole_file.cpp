@@ -1,4 +1,4 @@
-#include "base/atomic_file.h"
+#include "base/whole_file.h"
 
 #include <atomic>
 #include <cerrno>
@@ -114,6 +114,25 @@ FileDescriptor createTemporary(const std::string &target, std::string &name)
 }
 
 } // namespace
+
+int readWholeFile(const std::string &path, std::string &contents)
+{
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.valid())
+        return errno;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        if (got < 0) {
+            if (errno == EINTR)
+                continue;
+            return errno;
+        }
+        if (got == 0)
+            return 0;
+        contents.append(buffer, static_cast<std::size_t>(got));
+    }
+}
 
 int writeFileAtomically(const std::string &path, std::string_view contents, const AtomicWriteOptions &options)
 {

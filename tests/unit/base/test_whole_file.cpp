@@ -1,6 +1,6 @@
 // Whole-file replacement through a temporary file and rename.
 
-#include "base/atomic_file.h"
+#include "base/whole_file.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ long entriesIn(const fs::path &directory)
     return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
 }
 
-TEST(AtomicFile, WritesNewFileAndReplacesItWhole)
+TEST(WholeFile, WritesNewFileAndReplacesItWhole)
 {
     TempDir dir;
     const fs::path file = dir.path() / "data.txt";
@@ -40,7 +40,7 @@ TEST(AtomicFile, WritesNewFileAndReplacesItWhole)
     EXPECT_EQ(entriesIn(dir.path()), 1);
 }
 
-TEST(AtomicFile, KeepsTheModeOfTheReplacedFile)
+TEST(WholeFile, KeepsTheModeOfTheReplacedFile)
 {
     TempDir dir;
     const fs::path file = dir.path() / "script.sh";
@@ -50,7 +50,7 @@ TEST(AtomicFile, KeepsTheModeOfTheReplacedFile)
     EXPECT_EQ(modeOf(file), 0750u);
 }
 
-TEST(AtomicFile, GivenModeIsSetExactly)
+TEST(WholeFile, GivenModeIsSetExactly)
 {
     TempDir dir;
     const fs::path file = dir.path() / "private";
@@ -63,7 +63,7 @@ TEST(AtomicFile, GivenModeIsSetExactly)
     EXPECT_EQ(modeOf(file), 0755u);
 }
 
-TEST(AtomicFile, CreatesMissingDirectoriesOnlyWhenAsked)
+TEST(WholeFile, CreatesMissingDirectoriesOnlyWhenAsked)
 {
     TempDir dir;
     const fs::path file = dir.path() / "a/b/c/file";
@@ -75,7 +75,7 @@ TEST(AtomicFile, CreatesMissingDirectoriesOnlyWhenAsked)
     EXPECT_EQ(readFile(file), "x");
 }
 
-TEST(AtomicFile, FailureLeavesTheOldFileAndNoTemporaryFile)
+TEST(WholeFile, FailureLeavesTheOldFileAndNoTemporaryFile)
 {
     TempDir dir;
     // The target is a directory with something in it: the rename must fail.
@@ -86,7 +86,7 @@ TEST(AtomicFile, FailureLeavesTheOldFileAndNoTemporaryFile)
     EXPECT_EQ(entriesIn(dir.path()), 1);
 }
 
-TEST(AtomicFile, RegularFileInThePathIsReported)
+TEST(WholeFile, RegularFileInThePathIsReported)
 {
     TempDir dir;
     writeFile(dir.path() / "blocker", "file, not a directory\n");
@@ -97,7 +97,7 @@ TEST(AtomicFile, RegularFileInThePathIsReported)
     EXPECT_EQ(readFile(dir.path() / "blocker"), "file, not a directory\n");
 }
 
-TEST(AtomicFile, SymbolicLinkIsFollowed)
+TEST(WholeFile, SymbolicLinkIsFollowed)
 {
     TempDir dir;
     const fs::path real = dir.path() / "real";
@@ -110,9 +110,30 @@ TEST(AtomicFile, SymbolicLinkIsFollowed)
     EXPECT_EQ(entriesIn(dir.path()), 2);
 }
 
-TEST(AtomicFile, EmptyPathIsRefused)
+TEST(WholeFile, EmptyPathIsRefused)
 {
     EXPECT_EQ(boxfile::writeFileAtomically("", "x"), EINVAL);
 }
 
 } // namespace
+
+TEST(WholeFile, ReadsEveryByteOfAFileLargerThanOneBuffer)
+{
+    TempDir dir;
+    std::string contents(200000, '\0');
+    for (std::size_t i = 0; i < contents.size(); ++i)
+        contents[i] = static_cast<char>(i * 7 % 256);
+    writeFile(dir.path() / "data", contents);
+    std::string read = "kept:";
+    EXPECT_EQ(boxfile::readWholeFile((dir.path() / "data").string(), read), 0);
+    EXPECT_EQ(read, "kept:" + contents);
+}
+
+TEST(WholeFile, ReadingAMissingFileOrADirectoryGivesTheError)
+{
+    TempDir dir;
+    std::string read;
+    EXPECT_EQ(boxfile::readWholeFile((dir.path() / "absent").string(), read), ENOENT);
+    EXPECT_EQ(boxfile::readWholeFile(dir.str(), read), EISDIR);
+    EXPECT_TRUE(read.empty());
+}
