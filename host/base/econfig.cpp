@@ -319,7 +319,7 @@ int eConfig::getKey(const char *key, char *&value) const
     eString text;
     if (getKey(key, text) != 0)
         return -1;
-    char *copy = ::strdup(text.c_str());
+    char *copy = text.heapCopy();
     if (copy == nullptr)
         return -1;
     value = copy;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 eString &eString::sprintf(const char *format, ...)
 {
@@ -43,4 +44,9 @@ eString &eString::setNum(int val, int base)
         push_back('-');
     std::reverse(begin(), end());
     return *this;
+}
+
+char *eString::heapCopy() const
+{
+    return ::strdup(c_str());
 }

@@ -20,6 +20,10 @@ public:
     // Replaces the contents with val written in the given base (2 to 36, lower-case
     // digits, a leading '-' for negative values); returns *this. Other bases give "".
     eString &setNum(int val, int base = 10);
+
+    // A copy made with malloc, for C callers that release it with free();
+    // null when memory is exhausted.
+    char *heapCopy() const;
 };
 
 #endif

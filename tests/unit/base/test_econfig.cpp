@@ -5,6 +5,8 @@
 #include "base/elog.h"
 #include "support/temp_dir.h"
 
+#include "support/log_lines.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,17 +31,6 @@ protected:
     void TearDown() override { eConfig::reload(); }
 
     fs::path storeFile() const { return root.path() / "var/tuxbox/config/boxhost.conf"; }
-
-    // The lines logged at warning level or above after `sequence`.
-    static std::vector<std::string> warningsSince(std::uint64_t sequence)
-    {
-        std::vector<std::string> texts;
-        for (const boxlog::Line &line : boxlog::linesSince(sequence)) {
-            if (line.level >= boxlog::Level::warning)
-                texts.push_back(line.text);
-        }
-        return texts;
-    }
 
     static std::vector<std::string> directoryEntries(const fs::path &directory)
     {

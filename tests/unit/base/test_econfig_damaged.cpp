@@ -5,6 +5,8 @@
 #include "base/elog.h"
 #include "support/temp_dir.h"
 
+#include "support/log_lines.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,16 +36,6 @@ protected:
     fs::path asideFile() const { return root.path() / "var/tuxbox/config/boxhost.conf.corrupt"; }
 
     void writeStore(const std::string &contents) { writeFile(root.file("var/tuxbox/config/boxhost.conf"), contents); }
-
-    static std::vector<std::string> warningsSince(std::uint64_t sequence)
-    {
-        std::vector<std::string> texts;
-        for (const boxlog::Line &line : boxlog::linesSince(sequence)) {
-            if (line.level >= boxlog::Level::warning)
-                texts.push_back(line.text);
-        }
-        return texts;
-    }
 
     static bool isEmpty(const eConfig &config)
     {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
 #include <string>
 
 TEST(EString, SprintfFormatsIntoTheStringAndReturnsIt)
@@ -83,4 +84,15 @@ TEST(EString, WorksWhereAStdStringIsExpected)
     const eString joined = converted + "  (5 entries)";
     EXPECT_EQ(joined, "Top List  (5 entries)");
     EXPECT_EQ(std::string(eString("abc").c_str()), "abc");
+}
+
+TEST(EString, HeapCopyIsAnIndependentMallocCopy)
+{
+    const eString text("Caf\xC3\xA9");
+    char *copy = text.heapCopy();
+    ASSERT_NE(copy, nullptr);
+    EXPECT_STREQ(copy, "Caf\xC3\xA9");
+    copy[0] = 'X';
+    EXPECT_EQ(text, "Caf\xC3\xA9");
+    std::free(copy);
 }
