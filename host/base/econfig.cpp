@@ -92,8 +92,7 @@ std::optional<std::string> unescaped(std::string_view escaped)
             i += 2;
             break;
         }
-        default:
-            return std::nullopt;
+        default: return std::nullopt;
         }
     }
     return out;
@@ -214,8 +213,8 @@ std::optional<Damage> parse(std::string_view text, Map &values)
 std::optional<std::string> keepAside(const std::string &path, int &error)
 {
     std::string aside = path + ".corrupt";
-    struct stat info {};
-    for (int n = 1; ::lstat(aside.c_str(), &info) == 0 && n < 1000; ++n)
+    struct stat info = {};
+    for (unsigned long n = 1; ::lstat(aside.c_str(), &info) == 0; ++n)
         aside = path + ".corrupt." + std::to_string(n);
     if (::rename(path.c_str(), aside.c_str()) != 0) {
         error = errno;
@@ -253,8 +252,7 @@ void eConfig::load()
         if (error == ENOENT)
             eWarning("configuration store %s not found; starting empty", path_.c_str());
         else
-            eWarning("cannot read configuration store %s: %s; starting empty", path_.c_str(),
-                     std::strerror(error));
+            eWarning("cannot read configuration store %s: %s; starting empty", path_.c_str(), std::strerror(error));
         return;
     }
 

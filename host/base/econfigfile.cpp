@@ -3,6 +3,7 @@
 #include "base/whole_file.h"
 #include "base/elog.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -59,7 +60,7 @@ bool isOneOf(char c, std::string_view set)
 // other than its plain text.
 bool endsPlainWord(char c)
 {
-    return isBlank(c) || c == '\0' || isOneOf(c, ";&|<>()\"'\\`");
+    return isBlank(c) || isOneOf(c, ";&|<>()\"'\\`");
 }
 
 // Whether the shell reads `value`, written unquoted after "KEY=", as exactly
@@ -94,8 +95,8 @@ struct ReadValue
     ValueStyle style = ValueStyle::plain;
 };
 
-// The value written at `begin` (plain, '...' or "..."), or nothing when it is
-// not one we read (an unclosed quote, a NUL byte).
+// The value written at `begin` (plain, '...' or "..."), or nothing when its
+// quote is not closed.
 std::optional<ReadValue> readValue(std::string_view text, std::size_t begin)
 {
     ReadValue read;
@@ -103,10 +104,7 @@ std::optional<ReadValue> readValue(std::string_view text, std::size_t begin)
         std::size_t close = text.find('\'', begin + 1);
         if (close == std::string_view::npos)
             return std::nullopt;
-        std::string_view inside = text.substr(begin + 1, close - begin - 1);
-        if (inside.find('\0') != std::string_view::npos)
-            return std::nullopt;
-        read.value.assign(inside);
+        read.value.assign(text.substr(begin + 1, close - begin - 1));
         read.end = close + 1;
         read.style = ValueStyle::single;
         return read;
@@ -114,8 +112,6 @@ std::optional<ReadValue> readValue(std::string_view text, std::size_t begin)
     if (begin < text.size() && text[begin] == '"') {
         for (std::size_t i = begin + 1; i < text.size(); ++i) {
             char c = text[i];
-            if (c == '\0')
-                return std::nullopt;
             if (c == '"') {
                 read.end = i + 1;
                 read.style = ValueStyle::doubled;
@@ -154,6 +150,10 @@ bool restEndsAssignment(std::string_view rest)
 bool eConfigFile::parseAssignment(Line &line)
 {
     const std::string_view text = line.text;
+    // A NUL byte anywhere makes the line no assignment: the shell drops such
+    // bytes, so it would not read the line as we do.
+    if (text.find('\0') != std::string_view::npos)
+        return false;
     std::size_t pos = 0;
     while (pos < text.size() && isBlank(text[pos]))
         ++pos;
@@ -179,6 +179,7 @@ bool eConfigFile::parseAssignment(Line &line)
 
     line.key.assign(text.substr(keyBegin, keyEnd - keyBegin));
     line.value = std::move(read->value);
+    line.writtenValue = line.value;
     line.quoting = read->style == ValueStyle::single    ? Quoting::single
                    : read->style == ValueStyle::doubled ? Quoting::doubled
                                                         : Quoting::plain;
@@ -218,7 +219,7 @@ void eConfigFile::read()
 {
     if (path_.empty())
         return;
-    struct stat info {};
+    struct stat info = {};
     if (::stat(path_.c_str(), &info) != 0 || S_ISDIR(info.st_mode))
         return;
     std::string contents;
@@ -281,12 +282,10 @@ int eConfigFile::setKey(const char *key, const std::string &value)
 
     auto found = firstAssignment_.find(key);
     if (found != firstAssignment_.end()) {
+        // A value set back to what the file holds leaves its line as it is.
         Line &line = lines_[found->second];
-        if (line.value != value) {
-            line.value = value;
-            line.changed = true;
-            changed_ = true;
-        }
+        line.value = value;
+        line.changed = line.quoting == Quoting::fresh || line.value != line.writtenValue;
         return 0;
     }
 
@@ -300,7 +299,6 @@ int eConfigFile::setKey(const char *key, const std::string &value)
     firstAssignment_.emplace(line.key, lines_.size());
     lines_.push_back(std::move(line));
     endsWithNewline_ = true;
-    changed_ = true;
     return 0;
 }
 
@@ -308,7 +306,7 @@ int eConfigFile::saveConfig()
 {
     if (!open_)
         return -1;
-    if (!changed_)
+    if (std::none_of(lines_.begin(), lines_.end(), [](const Line &line) { return line.changed; }))
         return 0;
 
     std::vector<std::string> texts;
@@ -340,6 +338,5 @@ int eConfigFile::saveConfig()
         parseAssignment(line);
         line.changed = false;
     }
-    changed_ = false;
     return 0;
 }

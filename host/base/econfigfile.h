@@ -82,12 +82,13 @@ private:
     struct Line
     {
         std::string text;
-        std::string key;               // empty when the line is no assignment
-        std::string value;             // the current value of the assignment
+        std::string key; // empty when the line is no assignment
+        std::string value; // the current value of the assignment
+        std::string writtenValue; // the value that `text` holds
         Quoting quoting = Quoting::plain;
-        std::size_t valueBegin = 0;    // the value as written in `text`, quotes
-        std::size_t valueEnd = 0;      // included: [valueBegin, valueEnd)
-        bool changed = false;          // `value` differs from `text`
+        std::size_t valueBegin = 0; // the value as written in `text`, quotes
+        std::size_t valueEnd = 0; // included: [valueBegin, valueEnd)
+        bool changed = false; // `value` is not what `text` holds
     };
 
     // Fills in the assignment fields of `line` from its text; false when the
@@ -104,7 +105,6 @@ private:
     std::vector<Line> lines_;
     bool endsWithNewline_ = false;
     std::map<std::string, std::size_t> firstAssignment_; // key -> index in lines_
-    bool changed_ = false;
 };
 
 #endif
