@@ -16,10 +16,8 @@ bool listentryComesBefore(const Listentry &a, const Listentry &b)
         if (a.bitrate != b.bitrate)
             return a.bitrate > b.bitrate;
         break; // equal bitrates: by index
-    case Listentry::SORT_NAME:
-        return a.name < b.name;
-    default:
-        break;
+    case Listentry::SORT_NAME: return a.name < b.name;
+    default: break;
     }
     return a.index < b.index;
 }

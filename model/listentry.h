@@ -14,18 +14,18 @@ struct Listentry
     static constexpr int ENTRY_GENRE = 1;
 
     // The sort modes, in `setSort`.
-    static constexpr int SORT_INDEX = 10;   // "index": by index, ascending
+    static constexpr int SORT_INDEX = 10; // "index": by index, ascending
     static constexpr int SORT_BITRATE = 11; // "bitrate": by bitrate text, descending; ties by index
-    static constexpr int SORT_NAME = 12;    // "name": by name text, ascending; no tie-break
+    static constexpr int SORT_NAME = 12; // "name": by name text, ascending; no tie-break
 
-    eString url;        // the entry's own stream or playlist address (favourites only)
-    eString name;       // display name
+    eString url; // the entry's own stream or playlist address (favourites only)
+    eString name; // display name
     eString tuneinBase; // tune-in path of the station list the station came from
-    int type;           // ENTRY_GENRE or ENTRY_STATION
-    int index;          // 1-based running number within the answer it came from
-    eString bitrate;    // the "br" attribute as written, never converted to a number
-    eString genre;      // a station's genre text
-    eString id;         // the station's identifier at the directory
+    int type; // ENTRY_GENRE or ENTRY_STATION
+    int index; // 1-based running number within the answer it came from
+    eString bitrate; // the "br" attribute as written, never converted to a number
+    eString genre; // a station's genre text
+    eString id; // the station's identifier at the directory
 
     // Every text empty but the name, type ENTRY_GENRE.
     Listentry(int index, const char *name);

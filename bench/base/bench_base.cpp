@@ -34,8 +34,7 @@ void postedWork(benchmark::State &state)
     for (auto _ : state) {
         for (int i = 0; i < postedItems; ++i)
             loop.post([&ran] { ++ran; });
-        while (loop.processOneEvent(0) > 0) {
-        }
+        while (loop.processOneEvent(0) > 0) { }
     }
     benchmark::DoNotOptimize(ran);
     state.SetItemsProcessed(state.iterations() * postedItems);
@@ -79,8 +78,7 @@ void timersFired(benchmark::State &state)
     for (auto _ : state) {
         for (auto &timer : timers)
             timer->start(0, true);
-        while (loop.processOneEvent(0) > 0) {
-        }
+        while (loop.processOneEvent(0) > 0) { }
     }
     benchmark::DoNotOptimize(fired);
     state.SetItemsProcessed(state.iterations() * timerCount);
@@ -105,7 +103,8 @@ void timersFiredReference(benchmark::State &state)
 
 std::vector<std::string> stationBitrates()
 {
-    static const char *const common[] = {"24", "32", "48", "56", "64", "96", "128", "128k", "160", "192", "256", "320", ""};
+    static const char *const common[] = {"24",   "32",  "48",  "56",  "64",  "96", "128",
+                                         "128k", "160", "192", "256", "320", ""};
     std::mt19937 random(150);
     std::uniform_int_distribution<std::size_t> pick(0, std::size(common) - 1);
     std::vector<std::string> bitrates;

@@ -34,9 +34,9 @@ public:
         for (const Run &run : runs) {
             if (run.error_occurred || run.run_type != Run::RT_Iteration)
                 continue;
-            microseconds_[run.benchmark_name()] =
-                run.GetAdjustedRealTime() * benchmark::GetTimeUnitMultiplier(benchmark::kMicrosecond) /
-                benchmark::GetTimeUnitMultiplier(run.time_unit);
+            microseconds_[run.benchmark_name()] = run.GetAdjustedRealTime()
+                                                  * benchmark::GetTimeUnitMultiplier(benchmark::kMicrosecond)
+                                                  / benchmark::GetTimeUnitMultiplier(run.time_unit);
         }
     }
 
@@ -107,15 +107,15 @@ int runAndReport(int argc, char **argv)
         if (found != targets().end() && found->second.kind == TargetKind::absolute) {
             const bool met = measured <= found->second.value;
             allMet = allMet && met;
-            std::printf("time  %s: %.1f us (target at most %.1f us) %s\n", name.c_str(), measured,
-                        found->second.value, verdict(met).c_str());
+            std::printf("time  %s: %.1f us (target at most %.1f us) %s\n", name.c_str(), measured, found->second.value,
+                        verdict(met).c_str());
             continue;
         }
         if (!reference || *reference <= 0.0)
             continue;
         const double ratio = measured / *reference;
-        std::printf("ratio %s: %.2fx the reference (measured %.1f us, reference %.1f us", name.c_str(), ratio,
-                    measured, *reference);
+        std::printf("ratio %s: %.2fx the reference (measured %.1f us, reference %.1f us", name.c_str(), ratio, measured,
+                    *reference);
         if (found == targets().end()) {
             std::printf(")\n");
             continue;

@@ -33,10 +33,10 @@ int runAndReport(int argc, char **argv);
 
 } // namespace bench
 
-#define TARNWAVE_BENCH_MAIN()                       \
-    int main(int argc, char **argv)                 \
-    {                                               \
-        return bench::runAndReport(argc, argv);     \
+#define TARNWAVE_BENCH_MAIN()                                                                                          \
+    int main(int argc, char **argv)                                                                                    \
+    {                                                                                                                  \
+        return bench::runAndReport(argc, argv);                                                                        \
     }
 
 #endif

@@ -98,7 +98,11 @@ Level parseLevel(const char *name, Level fallback)
 {
     if (name == nullptr)
         return fallback;
-    static constexpr struct { const char *name; Level level; } names[] = {
+    static constexpr struct
+    {
+        const char *name;
+        Level level;
+    } names[] = {
         {"debug", Level::debug}, {"warning", Level::warning}, {"error", Level::error}, {"quiet", Level::quiet}};
     for (const auto &entry : names)
         if (std::strcmp(name, entry.name) == 0)

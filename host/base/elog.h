@@ -22,7 +22,7 @@ struct Line
 {
     std::uint64_t sequence; // 1 for the first line since the process started
     Level level;
-    std::string text;       // without the trailing newline
+    std::string text; // without the trailing newline
 };
 
 // How many lines the ring keeps; older lines are dropped first.

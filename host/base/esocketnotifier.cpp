@@ -5,9 +5,7 @@
 #include "base/elog.h"
 
 eSocketNotifier::eSocketNotifier(eMainloop *loop, int fd, int requested, bool startnow)
-    : m_loop(loop)
-    , m_fd(fd)
-    , m_requested(requested)
+    : m_loop(loop), m_fd(fd), m_requested(requested)
 {
     if (m_loop != nullptr)
         m_loop->attach(this);

@@ -11,8 +11,8 @@ class eString : public std::string
 public:
     using std::string::string;
     eString() = default;
-    eString(const std::string &text) : std::string(text) {}
-    eString(std::string &&text) noexcept : std::string(std::move(text)) {}
+    eString(const std::string &text) : std::string(text) { }
+    eString(std::string &&text) noexcept : std::string(std::move(text)) { }
 
     // Replaces the contents with the printf-style formatted text; returns *this.
     eString &sprintf(const char *format, ...) __attribute__((format(printf, 2, 3)));

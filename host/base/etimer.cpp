@@ -18,8 +18,7 @@ MonotonicTime intervalOf(long msek)
 
 } // namespace
 
-eTimer::eTimer(eMainloop *loop)
-    : m_loop(loop)
+eTimer::eTimer(eMainloop *loop) : m_loop(loop)
 {
     if (m_loop != nullptr)
         m_loop->attach(this);

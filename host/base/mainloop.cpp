@@ -57,8 +57,7 @@ int pollRetryingInterrupts(std::vector<pollfd> &fds, int timeoutMs)
 
 } // namespace
 
-eMainloop::eMainloop()
-    : m_wakeupFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+eMainloop::eMainloop() : m_wakeupFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     if (m_wakeupFd < 0)
         throw std::system_error(errno, std::generic_category(), "eMainloop: eventfd");
@@ -278,15 +277,13 @@ void eMainloop::wake()
 {
     const std::uint64_t one = 1;
     // EAGAIN means the counter is already set: the loop wakes anyway.
-    while (write(m_wakeupFd, &one, sizeof one) < 0 && errno == EINTR) {
-    }
+    while (write(m_wakeupFd, &one, sizeof one) < 0 && errno == EINTR) { }
 }
 
 void eMainloop::drainWakeup()
 {
     std::uint64_t count;
-    while (read(m_wakeupFd, &count, sizeof count) < 0 && errno == EINTR) {
-    }
+    while (read(m_wakeupFd, &count, sizeof count) < 0 && errno == EINTR) { }
 }
 
 eMainloop::TimerEntry eMainloop::addTimer(eTimer *timer, MonotonicTime due)

@@ -18,7 +18,7 @@ namespace {
 class FileDescriptor
 {
 public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
+    explicit FileDescriptor(int fd) : fd_(fd) { }
     ~FileDescriptor() { reset(); }
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
@@ -50,7 +50,7 @@ private:
 // The file that a symbolic link at `path` points to, or `path` itself.
 std::string resolvedTarget(const std::string &path)
 {
-    struct stat info {};
+    struct stat info = {};
     if (::lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
         return path;
     std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
@@ -101,8 +101,8 @@ int fsyncRetrying(int fd)
 FileDescriptor createTemporary(const std::string &target, std::string &name)
 {
     static std::atomic<unsigned> counter{0};
-    const std::string stem = directoryOf(target) + "/." + fileNameOf(target) + ".tmp."
-                             + std::to_string(::getpid()) + ".";
+    const std::string stem =
+        directoryOf(target) + "/." + fileNameOf(target) + ".tmp." + std::to_string(::getpid()) + ".";
     for (int attempt = 0; attempt < 100; ++attempt) {
         name = stem + std::to_string(counter.fetch_add(1));
         int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -150,7 +150,9 @@ int writeFileAtomically(const std::string &path, std::string_view contents, cons
 
     std::optional<mode_t> mode = options.mode;
     if (!mode) {
-        struct stat existing {};
+        struct stat existing
+        {
+        };
         if (::stat(target.c_str(), &existing) == 0)
             mode = existing.st_mode & 07777;
     }

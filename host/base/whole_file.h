@@ -32,8 +32,7 @@ struct AtomicWriteOptions
 // stays. Returns 0 on success, otherwise an errno value; on failure the
 // temporary file is removed and `path` is left as it was.
 // Safe to call from any thread.
-int writeFileAtomically(const std::string &path, std::string_view contents,
-                        const AtomicWriteOptions &options = {});
+int writeFileAtomically(const std::string &path, std::string_view contents, const AtomicWriteOptions &options = {});
 
 } // namespace boxfile
 

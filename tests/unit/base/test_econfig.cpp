@@ -43,7 +43,7 @@ protected:
 
     static ino_t inodeOf(const fs::path &file)
     {
-        struct stat info {};
+        struct stat info = {};
         EXPECT_EQ(::stat(file.c_str(), &info), 0);
         return info.st_ino;
     }

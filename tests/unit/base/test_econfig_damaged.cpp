@@ -180,8 +180,7 @@ TEST_F(DamagedStore, BadNumber)
 
 TEST_F(DamagedStore, NulByte)
 {
-    expectDamagedAt("# boxhost configuration 1\ni:/x=1\ns:/y=a\0b\n# end of boxhost configuration\n"s,
-                    3, "NUL");
+    expectDamagedAt("# boxhost configuration 1\ni:/x=1\ns:/y=a\0b\n# end of boxhost configuration\n"s, 3, "NUL");
 }
 
 TEST_F(DamagedStore, KeyTwice)
@@ -201,7 +200,9 @@ TEST_F(DamagedStore, GarbageAndBinaryFile)
     for (int i = 0; i < 4096; ++i)
         garbage += static_cast<char>(random() & 0xff);
     expectDamagedAt(garbage, 1);
-    expectDamagedAt("\x7f" "ELF\x02\x01\x01\0\0\0"s, 1);
+    expectDamagedAt("\x7f"
+                    "ELF\x02\x01\x01\0\0\0"s,
+                    1);
 }
 
 TEST_F(DamagedStore, EarlierDamagedCopyIsNotOverwritten)

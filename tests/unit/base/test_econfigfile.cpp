@@ -44,14 +44,14 @@ protected:
 
     static mode_t modeOf(const fs::path &file)
     {
-        struct stat info {};
+        struct stat info = {};
         EXPECT_EQ(::stat(file.c_str(), &info), 0);
         return info.st_mode & 07777;
     }
 
     static ino_t inodeOf(const fs::path &file)
     {
-        struct stat info {};
+        struct stat info = {};
         EXPECT_EQ(::stat(file.c_str(), &info), 0);
         return info.st_ino;
     }

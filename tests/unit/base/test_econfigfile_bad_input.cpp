@@ -73,8 +73,9 @@ TEST_F(KeyFileBadInput, BinaryFileGivesWhatLinesItCanAndSavingKeepsItsBytes)
     std::string noise;
     for (int i = 0; i < 8192; ++i)
         noise += static_cast<char>(random() & 0xff);
-    const std::string contents = "\x7f" "ELF\0\0\0\n"s + noise + "\nGOOD=yes\n"
-                                 + "NUL=a\0b\n"s + "Q=\"a\0b\"\n"s + noise;
+    const std::string contents = "\x7f"
+                                 "ELF\0\0\0\n"s
+                                 + noise + "\nGOOD=yes\n" + "NUL=a\0b\n"s + "Q=\"a\0b\"\n"s + noise;
     const fs::path path = write(contents);
 
     eConfigFile file(path);

@@ -114,16 +114,16 @@ TEST(Mainloop, NestedLevelsEachReturnTheirOwnExitValue)
         steps.push_back("outer timer at level " + std::to_string(loop.loopLevel()));
         innerTimer.start(1, true);
         const int result = loop.enter_loop();
-        steps.push_back("level 2 returned " + std::to_string(result) + ", now at level " +
-                        std::to_string(loop.loopLevel()));
+        steps.push_back("level 2 returned " + std::to_string(result) + ", now at level "
+                        + std::to_string(loop.loopLevel()));
         loop.exit_loop(10);
     });
     innerTimer.timeout.connect([&] {
         steps.push_back("inner timer at level " + std::to_string(loop.loopLevel()));
         innermostTimer.start(1, true);
         const int result = loop.enter_loop();
-        steps.push_back("level 3 returned " + std::to_string(result) + ", now at level " +
-                        std::to_string(loop.loopLevel()));
+        steps.push_back("level 3 returned " + std::to_string(result) + ", now at level "
+                        + std::to_string(loop.loopLevel()));
         loop.exit_loop(20);
     });
     innermostTimer.timeout.connect([&] {
@@ -184,9 +184,7 @@ TEST(Mainloop, QuitLeavesEveryLevel)
     eMainloop loop;
     eTimer timer(&loop);
     std::vector<std::string> steps;
-    timer.timeout.connect([&] {
-        loop.quit(42);
-    });
+    timer.timeout.connect([&] { loop.quit(42); });
     loop.post([&] {
         loop.post([&] {
             timer.start(1, true);
@@ -288,7 +286,8 @@ TEST(Mainloop, PostFromFourThreadsRunsEverythingInPerThreadOrderOnTheLoopThread)
             }
         });
     }
-    const bool finished = runUntil(loop, [&] { return total == threads * itemsPerThread; }, 20s);
+    const bool finished = runUntil(
+        loop, [&] { return total == threads * itemsPerThread; }, 20s);
     for (auto &poster : posters)
         poster.join();
     ASSERT_TRUE(finished);
@@ -328,16 +327,22 @@ TEST(Mainloop, IsIdleWithNothingDueOrPosted)
 
 namespace {
 
-void ignoreSignal(int) {}
+void ignoreSignal(int)
+{
+}
 
 } // namespace
 
 TEST(Mainloop, PollInterruptedBySignalIsResumed)
 {
-    struct sigaction quiet{};
+    struct sigaction quiet
+    {
+    };
     quiet.sa_handler = ignoreSignal;
     sigemptyset(&quiet.sa_mask);
-    struct sigaction previous{};
+    struct sigaction previous
+    {
+    };
     ASSERT_EQ(sigaction(SIGUSR1, &quiet, &previous), 0);
 
     eMainloop loop;

@@ -19,10 +19,7 @@ int twice(int value)
 class Receiver : public SigC::Object
 {
 public:
-    explicit Receiver(std::vector<std::string> *calls)
-        : m_calls(calls)
-    {
-    }
+    explicit Receiver(std::vector<std::string> *calls) : m_calls(calls) { }
 
     void ping() { m_calls->push_back("ping"); }
     int count(int value)
@@ -142,8 +139,14 @@ TEST(Signals, EverySlotIsCalledInConnectionOrderAndTheLastValueReturned)
 {
     std::vector<int> order;
     SigC::Signal1<int, int> signal;
-    signal.connect([&](int v) { order.push_back(1); return v; });
-    signal.connect([&](int v) { order.push_back(2); return v * 10; });
+    signal.connect([&](int v) {
+        order.push_back(1);
+        return v;
+    });
+    signal.connect([&](int v) {
+        order.push_back(2);
+        return v * 10;
+    });
     EXPECT_EQ(signal(4), 40);
     EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }
@@ -219,7 +222,7 @@ TEST(Signals, DisconnectInsideEmission)
     SigC::Connection second;
     SigC::Connection first = signal.connect([&] {
         calls.push_back("first");
-        first.disconnect();  // itself
+        first.disconnect(); // itself
         second.disconnect(); // one that has not run yet in this emission
     });
     second = signal.connect([&] { calls.push_back("second"); });

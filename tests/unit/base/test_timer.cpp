@@ -339,8 +339,8 @@ TEST(Timer, ManyTimersFireInDueOrder)
         const int previous = order[k - 1];
         const int current = order[k];
         // Due no earlier than the one before it; equal due times in start order.
-        ASSERT_TRUE((300 - previous) / 10 < (300 - current) / 10 ||
-                    ((300 - previous) / 10 == (300 - current) / 10 && previous < current))
+        ASSERT_TRUE((300 - previous) / 10 < (300 - current) / 10
+                    || ((300 - previous) / 10 == (300 - current) / 10 && previous < current))
             << previous << " before " << current;
     }
 }

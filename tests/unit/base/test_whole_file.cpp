@@ -17,7 +17,7 @@ namespace {
 
 mode_t modeOf(const fs::path &file)
 {
-    struct stat info {};
+    struct stat info = {};
     EXPECT_EQ(::stat(file.c_str(), &info), 0);
     return info.st_mode & 07777;
 }

@@ -107,7 +107,8 @@ TEST_F(SortOrder, IndexOrderIsAscendingIndex)
 TEST_F(SortOrder, BitratesAreOrderedAsTextDescending)
 {
     Listentry::setSort = Listentry::SORT_BITRATE;
-    const auto list = stations({{"a", "96"}, {"b", "64"}, {"c", "320"}, {"d", "256"}, {"e", "192"}, {"f", "128"}, {"g", "24"}});
+    const auto list =
+        stations({{"a", "96"}, {"b", "64"}, {"c", "320"}, {"d", "256"}, {"e", "192"}, {"f", "128"}, {"g", "24"}});
     EXPECT_EQ(sortedBitrates(list), (std::vector<std::string>{"96", "64", "320", "256", "24", "192", "128"}));
 }
 
@@ -147,7 +148,8 @@ TEST_F(SortOrder, CapitalLettersComeBeforeSmallLetters)
     EXPECT_TRUE(listentryComesBefore(Listentry(2, "ABC Radio"), Listentry(1, "abc radio")));
     EXPECT_FALSE(listentryComesBefore(Listentry(1, "abc radio"), Listentry(2, "ABC Radio")));
     EXPECT_TRUE(listentryComesBefore(Listentry(2, "Zeta"), Listentry(1, "alpha")));
-    std::vector<Listentry> list{Listentry(1, "alpha"), Listentry(2, "abc radio"), Listentry(3, "Zeta"), Listentry(4, "ABC Radio")};
+    std::vector<Listentry> list{Listentry(1, "alpha"), Listentry(2, "abc radio"), Listentry(3, "Zeta"),
+                                Listentry(4, "ABC Radio")};
     EXPECT_EQ(sortedNames(list), (std::vector<std::string>{"ABC Radio", "Zeta", "abc radio", "alpha"}));
 }
 
