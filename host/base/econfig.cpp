@@ -315,13 +315,7 @@ int eConfig::getKey(const char *key, int &value) const
 int eConfig::getKey(const char *key, char *&value) const
 {
     eString text;
-    if (getKey(key, text) != 0)
-        return -1;
-    char *copy = text.heapCopy();
-    if (copy == nullptr)
-        return -1;
-    value = copy;
-    return 0;
+    return getKey(key, text) == 0 ? text.heapCopyTo(value) : -1;
 }
 
 int eConfig::getKey(const char *key, eString &value) const

@@ -257,13 +257,7 @@ int eConfigFile::getKey(const char *key, eString &value) const
 int eConfigFile::getKey(const char *key, char *&value) const
 {
     eString text;
-    if (getKey(key, text) != 0)
-        return -1;
-    char *copy = text.heapCopy();
-    if (copy == nullptr)
-        return -1;
-    value = copy;
-    return 0;
+    return getKey(key, text) == 0 ? text.heapCopyTo(value) : -1;
 }
 
 int eConfigFile::setKey(const char *key, const char *value)

@@ -50,3 +50,12 @@ char *eString::heapCopy() const
 {
     return ::strdup(c_str());
 }
+
+int eString::heapCopyTo(char *&target) const
+{
+    char *copy = heapCopy();
+    if (copy == nullptr)
+        return -1;
+    target = copy;
+    return 0;
+}

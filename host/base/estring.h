@@ -24,6 +24,9 @@ public:
     // A copy made with malloc, for C callers that release it with free();
     // null when memory is exhausted.
     char *heapCopy() const;
+    // Points `target` at a heapCopy and returns 0; on exhausted memory returns
+    // -1 and leaves `target` as it was.
+    int heapCopyTo(char *&target) const;
 };
 
 #endif

@@ -10,6 +10,8 @@
 #include "base/econfigfile.h"
 #include "support/temp_dir.h"
 
+#include "support/random_input.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,50 +38,6 @@ using namespace std::string_literals;
 namespace {
 
 // --- random input ----------------------------------------------------------------
-
-class Random
-{
-public:
-    explicit Random(std::uint32_t seed) : engine_(seed) { }
-
-    // Uniform in [low, high].
-    std::size_t between(std::size_t low, std::size_t high)
-    {
-        return std::uniform_int_distribution<std::size_t>(low, high)(engine_);
-    }
-    bool chance(double probability) { return std::bernoulli_distribution(probability)(engine_); }
-    char byte() { return static_cast<char>(between(0, 255)); }
-    char oneOf(std::string_view set) { return set[between(0, set.size() - 1)]; }
-    template <class T>
-    const T &oneOf(const std::vector<T> &items)
-    {
-        return items[between(0, items.size() - 1)];
-    }
-
-private:
-    std::mt19937 engine_;
-};
-
-// `text` with every byte that is not printable ASCII written as \xHH, cut to
-// `limit` bytes, for failure messages.
-std::string printable(std::string_view text, std::size_t limit = 3000)
-{
-    static constexpr char hexDigits[] = "0123456789abcdef";
-    std::string out;
-    for (std::size_t i = 0; i < text.size() && i < limit; ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte >= 0x20 && byte < 0x7f && byte != '\\') {
-            out += text[i];
-        } else {
-            out += "\\x";
-            out += hexDigits[byte >> 4];
-            out += hexDigits[byte & 0x0f];
-        }
-    }
-    if (text.size() > limit)
-        out += "... (" + std::to_string(text.size()) + " bytes)";
-    return out;
-}
 
 const std::vector<std::string> utf8Samples = {"\xc3\xa9", "\xe2\x82\xac", "\xe6\x97\xa5\xe6\x9c\xac",
                                               "\xf0\x9f\x8e\xb5", "\xc3\x9f"};

@@ -96,3 +96,14 @@ TEST(EString, HeapCopyIsAnIndependentMallocCopy)
     EXPECT_EQ(text, "Caf\xC3\xA9");
     std::free(copy);
 }
+
+TEST(EString, HeapCopyToPointsTheTargetAtACopy)
+{
+    const eString text("jazz");
+    char *target = nullptr;
+    ASSERT_EQ(text.heapCopyTo(target), 0);
+    ASSERT_NE(target, nullptr);
+    EXPECT_STREQ(target, "jazz");
+    EXPECT_NE(static_cast<const char *>(target), text.c_str());
+    std::free(target);
+}
