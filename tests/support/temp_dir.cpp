@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <unistd.h>
 
 TempDir::TempDir()
@@ -52,4 +53,20 @@ void writeFile(const std::filesystem::path &path, const std::string &contents)
 {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << contents;
+}
+
+mode_t permissionsOf(const std::filesystem::path &path)
+{
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) != 0)
+        return static_cast<mode_t>(-1);
+    return info.st_mode & 07777;
+}
+
+ino_t inodeOf(const std::filesystem::path &path)
+{
+    struct stat info = {};
+    if (::stat(path.c_str(), &info) != 0)
+        return 0;
+    return info.st_ino;
 }

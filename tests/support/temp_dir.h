@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <sys/types.h>
 
 // A fresh directory under $TMPDIR (or /tmp), removed with everything in it when
 // the object goes out of scope.
@@ -38,5 +39,11 @@ private:
 // Whole-file helpers for tests.
 std::string readFile(const std::filesystem::path &path);
 void writeFile(const std::filesystem::path &path, const std::string &contents);
+
+// The permission bits and the inode of a file (a rewritten file has a new
+// inode); (mode_t)-1 and 0 when it cannot be looked at, so that any
+// expectation on them fails.
+mode_t permissionsOf(const std::filesystem::path &path);
+ino_t inodeOf(const std::filesystem::path &path);
 
 #endif

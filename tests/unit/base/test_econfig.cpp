@@ -41,13 +41,6 @@ protected:
         return names;
     }
 
-    static ino_t inodeOf(const fs::path &file)
-    {
-        struct stat info = {};
-        EXPECT_EQ(::stat(file.c_str(), &info), 0);
-        return info.st_ino;
-    }
-
     TempBoxRoot root;
 };
 
@@ -185,13 +178,16 @@ TEST_F(ConfigStore, StoringTheSameValueDoesNotRewriteTheFile)
     ASSERT_EQ(config->setKey("/tarnwave/autohide", 61), 0);
     ASSERT_EQ(config->setKey("/tarnwave/lastsearch", "disco"), 0);
     const ino_t written = inodeOf(storeFile());
+    ASSERT_NE(written, 0u);
 
     EXPECT_EQ(config->setKey("/tarnwave/autohide", 61), 0);
     EXPECT_EQ(config->setKey("/tarnwave/lastsearch", "disco"), 0);
     EXPECT_EQ(inodeOf(storeFile()), written);
 
     EXPECT_EQ(config->setKey("/tarnwave/autohide", 62), 0);
-    EXPECT_NE(inodeOf(storeFile()), written);
+    const ino_t rewritten = inodeOf(storeFile());
+    EXPECT_NE(rewritten, 0u);
+    EXPECT_NE(rewritten, written);
 }
 
 TEST_F(ConfigStore, DeletedKeyIsGoneAfterReload)

@@ -2,6 +2,7 @@
 // byte of the file kept.
 
 #include "base/econfigfile.h"
+#include "support/key_file_value.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -40,27 +41,6 @@ protected:
         fs::path file = dir.file(name);
         writeFile(file, contents);
         return file;
-    }
-
-    static mode_t modeOf(const fs::path &file)
-    {
-        struct stat info = {};
-        EXPECT_EQ(::stat(file.c_str(), &info), 0);
-        return info.st_mode & 07777;
-    }
-
-    static ino_t inodeOf(const fs::path &file)
-    {
-        struct stat info = {};
-        EXPECT_EQ(::stat(file.c_str(), &info), 0);
-        return info.st_ino;
-    }
-
-    static eString keyOf(const eConfigFile &file, const char *key)
-    {
-        eString value = "<absent>";
-        file.getKey(key, value);
-        return value;
     }
 
     // What /bin/sh makes of `key` after sourcing `file`.
@@ -185,7 +165,7 @@ TEST_F(KeyFile, SaveKeepsCommentsOrderOtherLinesAndTheRunBit)
     std::string expected = recorderScript;
     expected.replace(expected.find("/hdd/movie"), std::string("/hdd/movie").size(), "/media/usb/records");
     EXPECT_EQ(readFile(path), expected);
-    EXPECT_EQ(modeOf(path), 0755u);
+    EXPECT_EQ(permissionsOf(path), 0755u);
     EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1);
 }
 
@@ -311,6 +291,7 @@ TEST_F(KeyFile, SaveWithoutChangesLeavesTheFileAlone)
 {
     const fs::path path = write(recorderScript);
     const ino_t before = inodeOf(path);
+    ASSERT_NE(before, 0u);
     eConfigFile file(path);
     ASSERT_EQ(file.setKey("STREAMDIR", "/hdd/movie"), 0); // the value it has
     EXPECT_EQ(file.saveConfig(), 0);

@@ -2,6 +2,7 @@
 // crash, no invented keys, and saving keeps what it does not understand.
 
 #include "base/econfigfile.h"
+#include "support/key_file_value.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -23,13 +24,6 @@ protected:
         fs::path file = dir.file("script.sh");
         writeFile(file, contents);
         return file;
-    }
-
-    static eString keyOf(const eConfigFile &file, const char *key)
-    {
-        eString value = "<absent>";
-        file.getKey(key, value);
-        return value;
     }
 
     TempDir dir;

@@ -286,9 +286,9 @@ struct FileState
 
 FileState stateOf(const fs::path &file)
 {
-    struct stat info = {};
-    EXPECT_EQ(::stat(file.c_str(), &info), 0);
-    return {static_cast<mode_t>(info.st_mode & 07777), info.st_ino};
+    const FileState state{permissionsOf(file), inodeOf(file)};
+    EXPECT_NE(state.inode, 0u) << file << " cannot be looked at";
+    return state;
 }
 
 const std::vector<mode_t> scriptModes = {0600, 0640, 0644, 0700, 0750, 0755};

@@ -15,13 +15,6 @@ using namespace std::string_literals;
 
 namespace {
 
-mode_t modeOf(const fs::path &file)
-{
-    struct stat info = {};
-    EXPECT_EQ(::stat(file.c_str(), &info), 0);
-    return info.st_mode & 07777;
-}
-
 long entriesIn(const fs::path &directory)
 {
     return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
@@ -47,7 +40,7 @@ TEST(WholeFile, KeepsTheModeOfTheReplacedFile)
     writeFile(file, "#!/bin/sh\n");
     fs::permissions(file, static_cast<fs::perms>(0750));
     ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "#!/bin/sh\necho\n"), 0);
-    EXPECT_EQ(modeOf(file), 0750u);
+    EXPECT_EQ(permissionsOf(file), 0750u);
 }
 
 TEST(WholeFile, GivenModeIsSetExactly)
@@ -57,10 +50,10 @@ TEST(WholeFile, GivenModeIsSetExactly)
     boxfile::AtomicWriteOptions options;
     options.mode = 0600;
     ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "secret\n", options), 0);
-    EXPECT_EQ(modeOf(file), 0600u);
+    EXPECT_EQ(permissionsOf(file), 0600u);
     options.mode = 0755;
     ASSERT_EQ(boxfile::writeFileAtomically(file.string(), "secret\n", options), 0);
-    EXPECT_EQ(modeOf(file), 0755u);
+    EXPECT_EQ(permissionsOf(file), 0755u);
 }
 
 TEST(WholeFile, CreatesMissingDirectoriesOnlyWhenAsked)
