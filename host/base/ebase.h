@@ -81,6 +81,10 @@ public:
     // Loop thread only.
     bool isIdle() const;
 
+    // A number no other loop of this process had or will have, so that work
+    // planned on a loop can tell it from a later one at the same address.
+    std::uint64_t instanceId() const { return m_instanceId; }
+
 private:
     friend class eTimer;
     friend class eSocketNotifier;
@@ -144,6 +148,7 @@ private:
     bool m_quitting = false;
     int m_quitResult = 0;
 
+    std::uint64_t m_instanceId;
     int m_wakeupFd = -1;
     mutable std::mutex m_postedMutex;
     std::deque<std::function<void()>> m_posted;

@@ -17,6 +17,7 @@
 
 #include <cerrno>
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstring>
 #include <system_error>
@@ -57,7 +58,17 @@ int pollRetryingInterrupts(std::vector<pollfd> &fds, int timeoutMs)
 
 } // namespace
 
-eMainloop::eMainloop() : m_wakeupFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+namespace {
+
+std::uint64_t nextLoopInstanceId()
+{
+    static std::atomic<std::uint64_t> next{1};
+    return next++;
+}
+
+} // namespace
+
+eMainloop::eMainloop() : m_instanceId(nextLoopInstanceId()), m_wakeupFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     if (m_wakeupFd < 0)
         throw std::system_error(errno, std::generic_category(), "eMainloop: eventfd");
