@@ -1,0 +1,7 @@
+#include "system/pconfig.h"
+
+pConfig *pConfig::getInstance()
+{
+    static pConfig instance;
+    return &instance;
+}
