@@ -1,0 +1,152 @@
+#include "options.h"
+
+#include "parse_number.h"
+
+#include <cmath>
+#include <optional>
+
+namespace station {
+namespace {
+
+std::chrono::milliseconds seconds(const std::string &option, const std::string &text, double least)
+{
+    const auto value = parseNumber<double>(text);
+    if (!value || !std::isfinite(*value) || *value < least || *value > 86400.0)
+        throw UsageError(option + " needs a number of seconds, at least " + std::to_string(least) + ", not \"" + text
+                         + "\"");
+    return std::chrono::milliseconds(std::llround(*value * 1000.0));
+}
+
+std::size_t count(const std::string &option, const std::string &text, std::size_t least, std::size_t most)
+{
+    const auto value = parseNumber<std::size_t>(text);
+    if (!value || *value < least || *value > most)
+        throw UsageError(option + " needs a whole number from " + std::to_string(least) + " to " + std::to_string(most)
+                         + ", not \"" + text + "\"");
+    return *value;
+}
+
+// "HOST:PORT", "[IPv6]:PORT".
+void readListen(const std::string &text, ServerOptions &options)
+{
+    const std::size_t colon = text.rfind(':');
+    if (colon == std::string::npos || colon == 0)
+        throw UsageError("--listen needs HOST:PORT, not \"" + text + "\"");
+    std::string host = text.substr(0, colon);
+    if (host.front() == '[') {
+        if (host.back() != ']' || host.size() < 3)
+            throw UsageError("--listen: malformed IPv6 address in \"" + text + "\"");
+        host = host.substr(1, host.size() - 2);
+    }
+    const auto port = parseNumber<int>(text.substr(colon + 1));
+    if (!port || *port < 0 || *port > 65535)
+        throw UsageError("--listen: \"" + text.substr(colon + 1) + "\" is no port number (0 to 65535)");
+    options.host = host;
+    options.port = *port;
+}
+
+} // namespace
+
+ServerOptions parseOptions(const std::vector<std::string> &arguments, std::filesystem::path defaultCatalogue)
+{
+    ServerOptions options;
+    options.catalogue = std::move(defaultCatalogue);
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        std::string option = arguments[i];
+        std::optional<std::string> inlineValue;
+        if (const std::size_t equals = option.find('='); option.starts_with("--") && equals != std::string::npos) {
+            inlineValue = option.substr(equals + 1);
+            option.resize(equals);
+        }
+        if (option == "--help" || option == "-h") {
+            options.help = true;
+            continue;
+        }
+        const auto value = [&]() -> std::string {
+            if (inlineValue)
+                return *inlineValue;
+            if (i + 1 >= arguments.size())
+                throw UsageError(option + " needs a value");
+            return arguments[++i];
+        };
+        if (option == "--listen") {
+            readListen(value(), options);
+        } else if (option == "--catalogue") {
+            options.catalogue = value();
+        } else if (option == "--fault") {
+            const std::string text = value();
+            const auto rule = parseFaultRule(text);
+            if (!rule)
+                throw UsageError("--fault needs PATH=KIND with a path starting with / and one of the kinds "
+                                 + faultKindNames() + ", not \"" + text + "\"");
+            options.faults.push_back(*rule);
+        } else if (option == "--title-interval") {
+            options.titleInterval = seconds(option, value(), 0.05);
+        } else if (option == "--burst") {
+            options.burst = seconds(option, value(), 0.0);
+        } else if (option == "--metaint") {
+            options.metadataInterval = count(option, value(), 16, 1 << 20);
+        } else if (option == "--workers") {
+            options.workers = count(option, value(), 2, 1024);
+        } else if (option == "--log") {
+            options.logFile = value();
+        } else {
+            throw UsageError("unknown option \"" + arguments[i] + "\" (see --help)");
+        }
+    }
+    return options;
+}
+
+std::string usageText()
+{
+    return "Usage: station-server [OPTIONS]\n"
+           "\n"
+           "A local stand-in for the internet station directory: it answers the directory's\n"
+           "XML requests, hands out tune-in playlists and plays endless synthesised MP3\n"
+           "streams with ICY titles.\n"
+           "\n"
+           "  --listen HOST:PORT      where to listen (default 127.0.0.1:8150; port 0 picks a\n"
+           "                          free one). Prints \"station-server: listening on\n"
+           "                          http://HOST:PORT\" on stdout once ready.\n"
+           "  --catalogue FILE        the stations to serve (default: data/catalogue/stations.xml\n"
+           "                          of the source tree; its format is described at its top)\n"
+           "  --fault PATH=KIND       spoil every request for PATH (exact, or a prefix ending\n"
+           "                          in *, such as /stream/*); may be given more than once\n"
+           "  --title-interval SECS   how often every station's title changes (default 20)\n"
+           "  --burst SECS            audio sent at once when a stream starts (default 2)\n"
+           "  --metaint BYTES         audio bytes between ICY metadata blocks (default 8192)\n"
+           "  --workers N             requests and streams served at once (default 64); more\n"
+           "                          connections wait for a free worker\n"
+           "  --log FILE              append the access log to FILE instead of stderr\n"
+           "  --help                  this text\n"
+           "\n"
+           "Requests:\n"
+           "  GET /sbin/newxml.phtml                      the genre list\n"
+           "  GET /sbin/newxml.phtml?genre=Top[&mt=TYPE]  the most listened stations (at most 500)\n"
+           "  GET /sbin/newxml.phtml?genre=NAME[&mt=TYPE] the stations of a genre\n"
+           "  GET /sbin/newxml.phtml?search=TEXT[&mt=TYPE] stations whose name or genre contains\n"
+           "                          TEXT (any case; blanks may come raw, as %20 or as +)\n"
+           "      (limit=N shortens any station list)\n"
+           "  GET /sbin/tunein-station.pls?id=N           the station's playlist (404: no such id)\n"
+           "  GET /stream/N                               the station's live MP3 stream; with\n"
+           "                          \"Icy-MetaData: 1\" it carries StreamTitle blocks\n"
+           "  POST /control/fault?path=PATH&kind=KIND[&times=N]  add a fault (for N requests)\n"
+           "  DELETE /control/faults                      remove every fault\n"
+           "  GET /control/faults                         the faults in force\n"
+           "  GET /control/ping                           \"pong\"\n"
+           "\n"
+           "Fault kinds:\n"
+           "  status503      503 Service Unavailable\n"
+           "  status404      404 Not Found\n"
+           "  malformed-xml  200 with XML that is not well-formed\n"
+           "  truncated      headers promise more body than is sent; then the connection closes\n"
+           "  stall          headers, then nothing until the client gives up\n"
+           "  trickle        the real reply, one byte every 100 ms\n"
+           "  close          the connection closes without a reply\n"
+           "  empty200       200 with an empty body\n"
+           "\n"
+           "Exit status: 0 after SIGINT or SIGTERM, 2 for a bad command line, an unusable\n"
+           "catalogue or an address that cannot be listened on.\n";
+}
+
+} // namespace station

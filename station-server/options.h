@@ -1,0 +1,44 @@
+#ifndef TARNWAVE_STATION_SERVER_OPTIONS_H
+#define TARNWAVE_STATION_SERVER_OPTIONS_H
+
+#include "faults.h"
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace station {
+
+struct ServerOptions
+{
+    std::string host = "127.0.0.1";
+    int port = 8150; // 0: any free port
+    std::filesystem::path catalogue;
+    std::vector<FaultRule> faults;
+    std::chrono::milliseconds titleInterval{20000};
+    std::chrono::milliseconds burst{2000};
+    std::size_t metadataInterval = 8192;
+    std::size_t workers = 64;
+    std::filesystem::path logFile; // empty: stderr
+    bool help = false;
+};
+
+// A command line that cannot be followed; the message says why.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Reads the command line (argv[0] is skipped). Options take their value as
+// the next argument or after "=". Throws UsageError.
+ServerOptions parseOptions(const std::vector<std::string> &arguments, std::filesystem::path defaultCatalogue);
+
+std::string usageText();
+
+} // namespace station
+
+#endif

@@ -1,0 +1,34 @@
+#ifndef TARNWAVE_STATION_SERVER_REPLY_H
+#define TARNWAVE_STATION_SERVER_REPLY_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace station {
+
+// A reply as the server means to send it, before a fault may spoil it.
+struct Reply
+{
+    int status = 200;
+    std::string contentType;
+    std::string body;
+    std::vector<std::pair<std::string, std::string>> headers;
+    // An endless live stream: sent without a length, and `body` holds only
+    // its beginning.
+    bool live = false;
+};
+
+std::string_view reasonPhrase(int status);
+
+// The status line and headers, ending with the blank line. A finite reply
+// states `contentLength`; every reply written this way closes the connection
+// after it. Header values lose any line breaks.
+std::string replyHead(const Reply &reply, std::optional<std::size_t> contentLength);
+
+} // namespace station
+
+#endif

@@ -1,0 +1,186 @@
+#include "station_service.h"
+
+#include "connection.h"
+#include "directory_xml.h"
+#include "fault_reply.h"
+#include "parse_number.h"
+#include "playlist.h"
+#include "station_query.h"
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+
+namespace station {
+namespace {
+
+constexpr const char *xmlType = "text/xml; charset=utf-8";
+constexpr const char *textType = "text/plain; charset=utf-8";
+constexpr const char *playlistType = "audio/x-scpls";
+
+Reply plainReply(int status, std::string body = {})
+{
+    Reply reply;
+    reply.status = status;
+    reply.contentType = textType;
+    reply.body = body.empty() ? std::to_string(status) + " " + std::string(reasonPhrase(status)) + "\n" : body;
+    return reply;
+}
+
+// "host:port" as the client reached us, from its Host header; the socket's
+// own address when the header is missing or holds anything but a host name,
+// an address and a port.
+std::string authorityOf(const httplib::Request &request)
+{
+    std::string localIp = "127.0.0.1";
+    int localPort = 0;
+    if (const Connection *connection = Connection::current())
+        connection->get_local_ip_and_port(localIp, localPort);
+    const std::string host = request.get_header_value("Host");
+    const bool plain = !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' || c == '-' || c == ':' || c == '['
+               || c == ']' || c == '_';
+    });
+    if (!plain)
+        return (localIp.find(':') != std::string::npos ? "[" + localIp + "]" : localIp) + ":"
+               + std::to_string(localPort);
+    // A Host header without a port: the client reached us on our own port
+    // (unless that is 80). The port follows the last colon unless that colon
+    // is inside an IPv6 address's brackets.
+    const std::size_t colon = host.rfind(':');
+    const std::size_t bracket = host.rfind(']');
+    const bool hasPort = colon != std::string::npos && (bracket == std::string::npos || colon > bracket);
+    if (!hasPort && localPort != 80)
+        return host + ":" + std::to_string(localPort);
+    return host;
+}
+
+} // namespace
+
+StationService::StationService(const Catalogue &catalogue, const TitleSchedule &titles, LoopCache &loops,
+                               FaultTable &faults, LiveStreamSettings streams)
+    : catalogue_(catalogue), titles_(titles), loops_(loops), faults_(faults), streams_(streams)
+{
+}
+
+void StationService::installOn(httplib::Server &server)
+{
+    server.Get("/sbin/newxml.phtml", [this](const httplib::Request &request, httplib::Response &response) {
+        answer(request, response, directoryReply(request));
+    });
+    server.Get("/sbin/tunein-station.pls", [this](const httplib::Request &request, httplib::Response &response) {
+        answer(request, response, playlistReply(request));
+    });
+    server.Get(R"(/stream/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
+        serveStream(request, response);
+    });
+    server.Post("/control/fault",
+                [this](const httplib::Request &request, httplib::Response &response) { addFault(request, response); });
+    server.Delete("/control/faults", [this](const httplib::Request &, httplib::Response &response) {
+        faults_.clear();
+        response.set_content("ok\n", textType);
+    });
+    server.Get("/control/faults", [this](const httplib::Request &, httplib::Response &response) {
+        response.set_content(faults_.describe(), textType);
+    });
+    server.Get("/control/ping",
+               [](const httplib::Request &, httplib::Response &response) { response.set_content("pong\n", textType); });
+    server.set_error_handler([](const httplib::Request &, httplib::Response &response) {
+        if (response.body.empty())
+            response.set_content(plainReply(response.status).body, textType);
+    });
+}
+
+Reply StationService::directoryReply(const httplib::Request &request) const
+{
+    Reply reply;
+    reply.contentType = xmlType;
+    const std::string mediaType = request.get_param_value("mt");
+    std::size_t limit = longestStationList;
+    if (const auto asked = parseNumber<std::size_t>(request.get_param_value("limit")))
+        limit = std::min(limit, *asked);
+    const auto now = TitleSchedule::Clock::now();
+    if (request.has_param("search")) {
+        reply.body = stationListXml(searchStations(catalogue_, request.get_param_value("search"), mediaType, limit),
+                                    titles_, now);
+    } else if (request.has_param("genre")) {
+        const std::string genre = request.get_param_value("genre");
+        const auto stations = foldCase(genre) == "top" ? topStations(catalogue_, mediaType, limit)
+                                                       : stationsOfGenre(catalogue_, genre, mediaType, limit);
+        reply.body = stationListXml(stations, titles_, now);
+    } else {
+        reply.body = genreListXml(catalogue_);
+    }
+    return reply;
+}
+
+Reply StationService::playlistReply(const httplib::Request &request) const
+{
+    const auto id = parseNumber<int>(request.get_param_value("id"));
+    const Station *station = id ? catalogue_.find(*id) : nullptr;
+    if (station == nullptr)
+        return plainReply(404, "404 Not Found: no station has the id \"" + request.get_param_value("id") + "\"\n");
+    Reply reply;
+    reply.contentType = playlistType;
+    reply.body = tuneInPlaylist(*station, authorityOf(request));
+    return reply;
+}
+
+void StationService::answer(const httplib::Request &request, httplib::Response &response, const Reply &reply)
+{
+    if (Connection *connection = Connection::current()) {
+        if (const auto fault = faults_.take(request.path)) {
+            sendFaultyReply(*connection, *fault, reply);
+            return;
+        }
+    }
+    response.status = reply.status;
+    for (const auto &[name, value] : reply.headers)
+        response.set_header(name, value);
+    response.set_content(reply.body, reply.contentType);
+}
+
+void StationService::serveStream(const httplib::Request &request, httplib::Response &response)
+{
+    Connection *connection = Connection::current();
+    const auto id = parseNumber<int>(request.matches[1].str());
+    const Station *station = id ? catalogue_.find(*id) : nullptr;
+    if (station == nullptr || connection == nullptr)
+        return answer(request, response, plainReply(404, "404 Not Found: no such station\n"));
+    std::shared_ptr<const Mp3Loop> loop;
+    try {
+        loop = loops_.loopFor(*station);
+    } catch (const EncodingError &error) {
+        return answer(request, response,
+                      plainReply(503, std::string("503 Service Unavailable: ") + error.what() + "\n"));
+    }
+    if (const auto fault = faults_.take(request.path))
+        return sendFaultyReply(*connection, *fault, liveStreamReply(*station, *loop, false, streams_));
+    const bool withMetadata = request.get_header_value("Icy-MetaData") == "1";
+    serveLiveStream(*connection, *station, *loop, titles_, withMetadata, request.method == "HEAD", streams_);
+}
+
+void StationService::addFault(const httplib::Request &request, httplib::Response &response)
+{
+    const std::string path = request.get_param_value("path");
+    const std::string kindName = request.get_param_value("kind");
+    const auto kind = parseFaultKind(kindName);
+    if (!path.starts_with('/') || !kind) {
+        response.status = 400;
+        response.set_content("400 Bad Request: needs path=/... and kind= one of " + faultKindNames() + "\n", textType);
+        return;
+    }
+    std::optional<int> times;
+    if (request.has_param("times")) {
+        times = parseNumber<int>(request.get_param_value("times"));
+        if (!times || *times <= 0) {
+            response.status = 400;
+            response.set_content("400 Bad Request: times= needs a positive number\n", textType);
+            return;
+        }
+    }
+    faults_.add(FaultRule{path, *kind, times});
+    response.set_content("ok\n", textType);
+}
+
+} // namespace station

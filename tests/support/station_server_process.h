@@ -1,0 +1,77 @@
+#ifndef TARNWAVE_TESTS_SUPPORT_STATION_SERVER_PROCESS_H
+#define TARNWAVE_TESTS_SUPPORT_STATION_SERVER_PROCESS_H
+
+#include "support/temp_dir.h"
+
+#include <chrono>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// The built station-server, running for one test: started on a free loopback
+// port ("--listen 127.0.0.1:0" unless the arguments say otherwise) with its
+// access log and messages in a temporary directory; the constructor returns
+// once it listens, and the destructor stops it with SIGTERM and reaps it.
+// Throws std::runtime_error (with the server's own words) when it does not
+// start.
+class StationServerProcess
+{
+public:
+    explicit StationServerProcess(std::vector<std::string> arguments = {});
+    ~StationServerProcess();
+    StationServerProcess(const StationServerProcess &) = delete;
+    StationServerProcess &operator=(const StationServerProcess &) = delete;
+
+    const std::string &host() const { return host_; }
+    int port() const { return port_; }
+    // "http://127.0.0.1:PORT", no slash at the end.
+    std::string baseUrl() const;
+    pid_t pid() const { return pid_; }
+
+    // Spoils the requests for `path` (exact, or a prefix ending in "*") with
+    // the fault `kind` (see station-server --help), for `times` requests or,
+    // with 0, until cleared. Throws when the server refuses.
+    void addFault(const std::string &path, const std::string &kind, int times = 0);
+    void clearFaults();
+
+    // Sends SIGTERM and waits for the exit: the exit status, 128 + the signal
+    // when a signal ended it, or -1 when it had to be killed after `limit`.
+    int stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    bool running() const { return pid_ > 0; }
+    // Everything the server wrote to stderr (its messages and access log).
+    std::string log() const;
+    // Waits until the log holds `text` (a stream's access log line, for
+    // example, is written when the stream has ended); false after `limit`.
+    bool waitForLog(const std::string &text, std::chrono::milliseconds limit = std::chrono::seconds(5)) const;
+
+    // Where the build put the station-server program.
+    static std::string binaryPath();
+
+private:
+    void waitUntilListening(std::chrono::milliseconds limit);
+
+    TempDir directory_;
+    std::string host_ = "127.0.0.1";
+    int port_ = 0;
+    pid_t pid_ = -1;
+    int output_ = -1; // the read end of the server's stdout
+};
+
+// The outcome of a station-server run that is expected to end by itself (bad
+// arguments, a busy port, a broken catalogue, --help).
+struct StationServerExit
+{
+    int status = -1; // exit status; -1 when it had to be killed after `limit`
+    std::string output;
+    std::string errors;
+};
+
+StationServerExit runStationServerToExit(const std::vector<std::string> &arguments,
+                                         std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+// Sends one request over a fresh connection to a loopback port and returns
+// the status code of the reply, or -1 when none came. For tests that need no
+// HTTP library.
+int plainHttpRequest(int port, const std::string &method, const std::string &target);
+
+#endif
