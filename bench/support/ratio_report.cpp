@@ -107,8 +107,11 @@ int runAndReport(int argc, char **argv)
         if (found != targets().end() && found->second.kind == TargetKind::absolute) {
             const bool met = measured <= found->second.value;
             allMet = allMet && met;
-            std::printf("time  %s: %.1f us (target at most %.1f us) %s\n", name.c_str(), measured, found->second.value,
+            std::printf("time  %s: %.1f us (target at most %.1f us) %s", name.c_str(), measured, found->second.value,
                         verdict(met).c_str());
+            if (reference && *reference > 0.0)
+                std::printf("; %.2fx the reference (reference %.1f us)", measured / *reference, *reference);
+            std::printf("\n");
             continue;
         }
         if (!reference || *reference <= 0.0)
