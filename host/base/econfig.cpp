@@ -249,8 +249,8 @@ void eConfig::load()
 {
     std::string contents;
     if (int error = boxfile::readWholeFile(path_, contents); error != 0) {
-        if (error == ENOENT)
-            eWarning("configuration store %s not found; starting empty", path_.c_str());
+        if (error == ENOENT) // a box's first start: nothing to warn about
+            eDebug("configuration store %s not found; starting empty", path_.c_str());
         else
             eWarning("cannot read configuration store %s: %s; starting empty", path_.c_str(), std::strerror(error));
         return;
