@@ -1,0 +1,384 @@
+#include "control_server.h"
+
+#include "gui_bridge.h"
+#include "plugin_menu.h"
+#include "remote_input.h"
+#include "screen_composer.h"
+#include "settle_state.h"
+#include "web_assets.h"
+
+#include "base/elog.h"
+#include "gui/escreen.h"
+#include "gui/ewindow.h"
+#include "gui/gpixmap.h"
+#include "gui/json_writer.h"
+#include "gui/png_io.h"
+#include "gui/utf8.h"
+#include "system/ezaplcd.h"
+
+#include <httplib.h>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <netdb.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace emulator {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto settleDefault = 5000ms;
+constexpr auto settleMost = 120000ms;
+constexpr auto startLimit = 5000ms;
+constexpr int serverThreads = 24;
+
+void replyJson(httplib::Response &response, const std::string &json, int status = 200)
+{
+    response.status = status;
+    response.set_header("Cache-Control", "no-store");
+    response.set_content(json, "application/json");
+}
+
+void replyError(httplib::Response &response, int status, const std::string &message)
+{
+    JsonWriter json;
+    json.beginObject().key("error").value(message).endObject();
+    replyJson(response, json.str(), status);
+}
+
+void replyBusy(httplib::Response &response)
+{
+    replyError(response, 503, "the box's GUI did not answer in time");
+}
+
+void replyPng(httplib::Response &response, const std::shared_ptr<gPixmap> &picture)
+{
+    const std::string png = picture ? encodePNG(*picture) : std::string();
+    if (png.empty()) {
+        replyError(response, 500, "the picture could not be encoded");
+        return;
+    }
+    response.set_header("Cache-Control", "no-store");
+    response.set_content(png, "image/png");
+}
+
+const char *levelName(boxlog::Level level)
+{
+    switch (level) {
+    case boxlog::Level::debug: return "debug";
+    case boxlog::Level::warning: return "warning";
+    case boxlog::Level::error: return "error";
+    case boxlog::Level::quiet: return "quiet";
+    }
+    return "debug";
+}
+
+long long numberParameter(const httplib::Request &request, const char *name, long long fallback)
+{
+    if (!request.has_param(name))
+        return fallback;
+    const std::string text = request.get_param_value(name);
+    if (text.empty() || text.size() > 12 || text.find_first_not_of("0123456789") != std::string::npos)
+        return -1;
+    return std::stoll(text);
+}
+
+// Why binding failed: tries the same address once more to learn the error.
+std::string bindFailure(const std::string &host, int port)
+{
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo *found = nullptr;
+    if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0 || found == nullptr)
+        return "the address cannot be resolved";
+    std::string reason = "the address is not available";
+    const int fd = ::socket(found->ai_family, found->ai_socktype | SOCK_CLOEXEC, found->ai_protocol);
+    if (fd >= 0) {
+        const int yes = 1;
+        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        if (::bind(fd, found->ai_addr, found->ai_addrlen) != 0 || ::listen(fd, 1) != 0)
+            reason = std::strerror(errno);
+        ::close(fd);
+    }
+    ::freeaddrinfo(found);
+    return reason;
+}
+
+struct StartPlan
+{
+    enum Outcome { planned, missing, busy } outcome = busy;
+    std::uint64_t runsBefore = 0;
+    std::string path;
+};
+
+struct StartProgress
+{
+    bool begun = false;
+    bool ended = false;
+    std::string window; // the title of the plug-in's window on top, if one is shown
+};
+
+} // namespace
+
+ControlServer::ControlServer(GuiBridge &gui) : m_gui(gui), m_server(std::make_unique<httplib::Server>())
+{
+    m_server->new_task_queue = [] { return new httplib::ThreadPool(serverThreads); };
+    // Only SO_REUSEADDR: with the library's default SO_REUSEPORT a second
+    // emulator could share the port instead of being told it is taken.
+    m_server->set_socket_options([](int socket) {
+        const int yes = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    });
+}
+
+ControlServer::~ControlServer()
+{
+    stop();
+}
+
+bool ControlServer::bind(const std::string &host, int port, std::string &error)
+{
+    m_host = host;
+    if (port == 0) {
+        m_port = m_server->bind_to_any_port(host);
+        if (m_port > 0)
+            return true;
+    } else if (m_server->bind_to_port(host, port)) {
+        m_port = port;
+        return true;
+    }
+    error = "cannot listen on " + host + ":" + std::to_string(port) + ": " + bindFailure(host, port);
+    return false;
+}
+
+std::string ControlServer::url() const
+{
+    const bool v6 = m_host.find(':') != std::string::npos;
+    return "http://" + (v6 ? "[" + m_host + "]" : m_host) + ":" + std::to_string(m_port);
+}
+
+void ControlServer::start(ScreenComposer &composer, PluginMenu &menu)
+{
+    m_composer = &composer;
+    m_menu = &menu;
+    addRoutes();
+    m_thread = std::thread([this] { m_server->listen_after_bind(); });
+    // stop() only reaches a server that runs: wait until it does.
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (!m_server->is_running() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(1ms);
+}
+
+void ControlServer::stop()
+{
+    m_gui.close();
+    if (m_thread.joinable()) {
+        m_server->stop();
+        m_thread.join();
+    }
+}
+
+void ControlServer::addRoutes()
+{
+    httplib::Server &server = *m_server;
+
+    server.Get(R"(/(|index\.html|app\.js|style\.css))",
+               [](const httplib::Request &request, httplib::Response &response) {
+                   const WebAsset *asset = findWebAsset(request.path);
+                   if (asset == nullptr) {
+                       replyError(response, 404, "no such page");
+                       return;
+                   }
+                   response.set_header("Cache-Control", "no-cache");
+                   response.set_content(reinterpret_cast<const char *>(asset->data), asset->size, asset->contentType);
+               });
+
+    server.Post(R"(/api/key/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
+        const std::string key = request.matches[1];
+        const auto known = m_gui.call<bool>([key] { return isRemoteKey(key); });
+        if (!known)
+            return replyBusy(response);
+        if (!*known)
+            return replyError(response, 404, "no remote-control key is called \"" + key + "\"");
+        const auto press = m_gui.press([key] { return pressRemoteKey(key); });
+        if (!press)
+            return replyBusy(response);
+        JsonWriter json;
+        json.beginObject();
+        json.key("key").value(key);
+        json.key("used").value(press->used);
+        json.key("modal").value(!press->finished);
+        json.endObject();
+        replyJson(response, json.str());
+    });
+
+    server.Post("/api/text", [this](const httplib::Request &request, httplib::Response &response) {
+        const std::u32string characters = boxtext::decodeUtf8(request.body);
+        const auto typed = m_gui.press([characters] {
+            bool used = false;
+            for (const char32_t character : characters)
+                used = typeCharacter(character) || used;
+            return used;
+        });
+        if (!typed)
+            return replyBusy(response);
+        JsonWriter json;
+        json.beginObject();
+        json.key("characters").value(static_cast<long long>(characters.size()));
+        json.key("used").value(typed->used);
+        json.key("modal").value(!typed->finished);
+        json.endObject();
+        replyJson(response, json.str());
+    });
+
+    server.Get("/api/widgets", [this](const httplib::Request &, httplib::Response &response) {
+        const auto widgets = m_gui.call<std::string>([] { return eScreen::osd().describe(); });
+        if (!widgets)
+            return replyBusy(response);
+        replyJson(response, *widgets);
+    });
+
+    server.Get("/api/screen.png", [this](const httplib::Request &, httplib::Response &response) {
+        ScreenComposer *composer = m_composer;
+        const auto picture = m_gui.call<std::shared_ptr<gPixmap>>(
+            [composer] { return std::shared_ptr<gPixmap>(composer->composeScreen().clone()); });
+        if (!picture)
+            return replyBusy(response);
+        replyPng(response, *picture);
+    });
+
+    server.Get("/api/lcd", [this](const httplib::Request &, httplib::Response &response) {
+        const auto lcd = m_gui.call<std::string>([] { return eZapLCD::getInstance()->describe(); });
+        if (!lcd)
+            return replyBusy(response);
+        replyJson(response, *lcd);
+    });
+
+    server.Get("/api/lcd.png", [this](const httplib::Request &, httplib::Response &response) {
+        ScreenComposer *composer = m_composer;
+        const auto picture = m_gui.call<std::shared_ptr<gPixmap>>(
+            [composer] { return std::shared_ptr<gPixmap>(composer->composeLcd().clone()); });
+        if (!picture)
+            return replyBusy(response);
+        replyPng(response, *picture);
+    });
+
+    server.Post("/api/settle", [this](const httplib::Request &request, httplib::Response &response) {
+        const long long ms = numberParameter(request, "ms", settleDefault.count());
+        if (ms < 0)
+            return replyError(response, 400, "ms must be a number of milliseconds");
+        const auto limit = std::min(std::chrono::milliseconds(ms), settleMost);
+        const auto started = std::chrono::steady_clock::now();
+        const auto deadline = started + limit;
+        SettleState last;
+        bool answered = false;
+        int settledInARow = 0;
+        // Settled twice in a row, a few milliseconds apart, counts as settled.
+        while (settledInARow < 2) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || m_gui.closing())
+                break;
+            const auto state = m_gui.call<SettleState>(currentSettleState, std::max(left, 50ms));
+            if (state) {
+                last = *state;
+                answered = true;
+                settledInARow = state->settled() ? settledInARow + 1 : 0;
+            }
+            if (settledInARow < 2)
+                std::this_thread::sleep_for(10ms);
+        }
+        const auto waited =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
+        JsonWriter json;
+        json.beginObject();
+        json.key("settled").value(settledInARow >= 2);
+        json.key("reason").value(settledInARow >= 2 ? "idle" : answered ? "timeout" : "gui-busy");
+        json.key("waitedMs").value(static_cast<long long>(waited.count()));
+        json.key("activeTransfers").value(last.activeTransfers);
+        json.key("damagePending").value(last.damagePending);
+        json.key("loopBusy").value(last.loopBusy);
+        json.endObject();
+        replyJson(response, json.str());
+    });
+
+    server.Post("/api/plugin/start", [this](const httplib::Request &, httplib::Response &response) {
+        PluginMenu *menu = m_menu;
+        const auto plan = m_gui.call<StartPlan>([menu] {
+            StartPlan result;
+            result.path = menu->pluginPath();
+            result.runsBefore = menu->runsBegun();
+            if (!menu->pluginAvailable())
+                result.outcome = StartPlan::missing;
+            else
+                result.outcome = menu->requestStart() ? StartPlan::planned : StartPlan::busy;
+            return result;
+        });
+        if (!plan)
+            return replyBusy(response);
+        if (plan->outcome == StartPlan::missing)
+            return replyError(response, 404, "plug-in not found: " + plan->path);
+        if (plan->outcome == StartPlan::busy)
+            return replyError(response, 409, "the plug-in runs already");
+
+        // Answers once the plug-in shows its window (or has already ended).
+        const std::uint64_t before = plan->runsBefore;
+        const auto deadline = std::chrono::steady_clock::now() + startLimit;
+        std::optional<StartProgress> progress;
+        while (std::chrono::steady_clock::now() < deadline && !m_gui.closing()) {
+            progress = m_gui.call<StartProgress>([menu, before] {
+                StartProgress result;
+                result.begun = menu->runsBegun() > before;
+                result.ended = menu->runsEnded() > before;
+                const eWidget *top = eScreen::osd().activeWindow();
+                if (result.begun && top != nullptr && top != menu->window())
+                    result.window = top->getText();
+                return result;
+            });
+            if (progress && progress->begun && (progress->ended || !progress->window.empty()))
+                break;
+            std::this_thread::sleep_for(10ms);
+        }
+        if (!progress || !progress->begun)
+            return replyBusy(response);
+        JsonWriter json;
+        json.beginObject();
+        json.key("started").value(true);
+        json.key("running").value(!progress->ended);
+        json.key("window").value(progress->window);
+        json.endObject();
+        replyJson(response, json.str(), progress->ended || !progress->window.empty() ? 200 : 202);
+    });
+
+    server.Get("/api/log", [](const httplib::Request &request, httplib::Response &response) {
+        const long long since = numberParameter(request, "since", 0);
+        if (since < 0)
+            return replyError(response, 400, "since must be a line number");
+        JsonWriter json;
+        json.beginObject();
+        json.key("last").value(static_cast<long long>(boxlog::lastSequence()));
+        json.key("lines").beginArray();
+        for (const boxlog::Line &line : boxlog::linesSince(static_cast<std::uint64_t>(since))) {
+            json.beginObject();
+            json.key("sequence").value(static_cast<long long>(line.sequence));
+            json.key("level").value(levelName(line.level));
+            json.key("text").value(line.text);
+            json.endObject();
+        }
+        json.endArray().endObject();
+        replyJson(response, json.str());
+    });
+
+    server.set_error_handler([](const httplib::Request &request, httplib::Response &response) {
+        if (response.status == 404 && response.body.empty())
+            replyError(response, 404, "nothing at " + request.path);
+    });
+}
+
+} // namespace emulator

@@ -1,0 +1,66 @@
+#include "recorder_script.h"
+
+namespace emulator {
+
+std::string recorderScriptText()
+{
+    return std::string(R"SCRIPT(#!/bin/sh
+# The box's recorder for the radio plug-in, run by the image daemon:
+#   streamripper_script.sh start URL   records the stream URL into STREAMDIR
+#   streamripper_script.sh stop        ends the recording
+# STREAMDIR and DAEMON are box paths: the daemon gives the box root in BOX_ROOT
+# (empty on the box itself). The recorder's complaints go to /tmp/.streamdebug,
+# which the plug-in shows while the recorder runs.
+STREAMDIR=)SCRIPT")
+           + recordingsDir + "\nDAEMON=" + recorderProgram + R"SCRIPT(
+
+root=${BOX_ROOT:-}
+pidfile="$root/tmp/.streamripper.pid"
+debug="$root/tmp/.streamdebug"
+complaints="$root/tmp/.streamripper.err"
+
+case "$1" in
+start)
+    if [ -z "$2" ]; then
+        echo "streamripper_script.sh: start needs a stream URL" >>"$debug"
+        exit 1
+    fi
+    if [ ! -x "$root$DAEMON" ]; then
+        echo "streamripper_script.sh: the recorder $DAEMON is missing" >>"$debug"
+        exit 1
+    fi
+    mkdir -p "$root$STREAMDIR" 2>>"$debug" || exit 1
+    : >"$complaints"
+    "$root$DAEMON" "$2" -d "$root$STREAMDIR" -a --quiet </dev/null >/dev/null 2>>"$complaints" &
+    echo $! >"$pidfile"
+    # Pass the recorder's complaints on while it runs, and once more when it ends.
+    (
+        pid=$(cat "$pidfile")
+        while kill -0 "$pid" 2>/dev/null; do
+            if [ -s "$complaints" ]; then
+                cat "$complaints" >>"$debug"
+                : >"$complaints"
+            fi
+            sleep 1
+        done
+        if [ -s "$complaints" ]; then
+            cat "$complaints" >>"$debug"
+        fi
+        rm -f "$complaints"
+    ) </dev/null >/dev/null 2>&1 &
+    ;;
+stop)
+    if [ -f "$pidfile" ]; then
+        kill "$(cat "$pidfile")" 2>/dev/null
+        rm -f "$pidfile"
+    fi
+    ;;
+*)
+    echo "usage: $0 start URL | stop" >&2
+    exit 2
+    ;;
+esac
+)SCRIPT";
+}
+
+} // namespace emulator
