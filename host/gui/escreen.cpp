@@ -151,27 +151,14 @@ bool eScreen::handleKey(const std::string &key)
 
 bool eScreen::deliver(eWidget *window, const eAction *const *actions, std::size_t count)
 {
-    // The chain from the focused widget up to the window, each with a token
-    // that tells whether a handler deleted it on the way.
-    std::vector<std::pair<eWidget *, std::weak_ptr<void>>> chain;
-    for (eWidget *widget = window->getFocus(); widget; widget = widget->getParent())
-        chain.emplace_back(widget, widget->lifeToken());
-    if (chain.empty() || chain.back().first != window)
-        chain.emplace_back(window, window->lifeToken());
-
-    for (auto &[widget, alive] : chain) {
+    std::weak_ptr<void> alive = window->lifeToken();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!window->focusChainHasMap(actions[i]->getMap()))
+            continue;
+        if (window->eventHandler(eWidgetEvent(eWidgetEvent::evtAction, 0, actions[i])))
+            return true;
         if (alive.expired())
             return true;
-        for (std::size_t i = 0; i < count; ++i) {
-            const eAction *action = actions[i];
-            const auto &maps = widget->getActionMaps();
-            if (std::find(maps.begin(), maps.end(), action->getMap()) == maps.end())
-                continue;
-            if (widget->eventHandler(eWidgetEvent(eWidgetEvent::evtAction, 0, action)))
-                return true;
-            if (alive.expired())
-                return true;
-        }
     }
     return false;
 }
@@ -181,14 +168,7 @@ bool eScreen::handleCharacter(char32_t character)
     eWidget *window = activeWindow();
     if (!window)
         return false;
-    for (eWidget *widget = window->getFocus(); widget; widget = widget->getParent()) {
-        std::weak_ptr<void> alive = widget->lifeToken();
-        if (widget->eventHandler(eWidgetEvent(eWidgetEvent::evtCharacter, static_cast<int>(character))))
-            return true;
-        if (alive.expired())
-            return true;
-    }
-    return false;
+    return window->eventHandler(eWidgetEvent(eWidgetEvent::evtCharacter, static_cast<int>(character))) != 0;
 }
 
 std::string eScreen::describe() const

@@ -61,10 +61,13 @@ public:
     eWidget *activeWindow() const;
 
     // --- input
-    // One remote-control key by name (see eKeymap). Returns whether a widget
-    // used it. Unknown names are logged and ignored.
+    // One remote-control key by name (see eKeymap): each of its actions that
+    // the active window or its focused widget has a map for goes to the
+    // window's eventHandler, which passes on what it does not use itself.
+    // Returns whether a widget used it. Unknown names are logged and ignored.
     bool handleKey(const std::string &key);
-    // One typed character (a code point), for the focused widget.
+    // One typed character (a code point), for the active window and through
+    // it its focused widget.
     bool handleCharacter(char32_t character);
 
     // --- description: JSON array of the shown windows, bottom first.
@@ -75,7 +78,8 @@ private:
     void windowShown(eWidget *window);
     void windowHidden(eWidget *window);
     void scheduleFrame();
-    // Delivers an action to the focused widget, then up to the window.
+    // Delivers the key's actions to the window, one after the other, until
+    // one is used.
     bool deliver(eWidget *window, const eAction *const *actions, std::size_t count);
 
     const char *m_name;

@@ -325,9 +325,48 @@ void eWidget::removeActionMap(const eActionMap *map)
     m_actionMaps.erase(std::remove(m_actionMaps.begin(), m_actionMaps.end(), map), m_actionMaps.end());
 }
 
-int eWidget::eventHandler(const eWidgetEvent &)
+int eWidget::eventHandler(const eWidgetEvent &event)
 {
+    // A top-level widget hands keys on to its focused widget.
+    if (!m_parent && (event.type == eWidgetEvent::evtAction || event.type == eWidgetEvent::evtCharacter))
+        return passToFocusChain(event);
     return 0;
+}
+
+int eWidget::passToFocusChain(const eWidgetEvent &event)
+{
+    // The chain from the focused widget up to, not including, this window,
+    // each with a token that tells whether a handler deleted it on the way.
+    std::vector<std::pair<eWidget *, std::weak_ptr<void>>> chain;
+    for (eWidget *widget = getFocus(); widget && widget != this; widget = widget->m_parent)
+        chain.emplace_back(widget, widget->lifeToken());
+    for (auto &[widget, alive] : chain) {
+        if (alive.expired())
+            return 1;
+        if (event.type == eWidgetEvent::evtAction) {
+            const auto &maps = widget->m_actionMaps;
+            if (std::find(maps.begin(), maps.end(), event.action->getMap()) == maps.end())
+                continue;
+        }
+        if (int used = widget->eventHandler(event))
+            return used;
+        if (alive.expired())
+            return 1;
+    }
+    return 0;
+}
+
+bool eWidget::focusChainHasMap(const eActionMap *map) const
+{
+    const auto has = [map](const eWidget *widget) {
+        return std::find(widget->m_actionMaps.begin(), widget->m_actionMaps.end(), map) != widget->m_actionMaps.end();
+    };
+    if (has(this))
+        return true;
+    for (const eWidget *widget = getFocus(); widget && widget != this; widget = widget->m_parent)
+        if (has(widget))
+            return true;
+    return false;
 }
 
 // --- modal runs

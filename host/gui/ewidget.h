@@ -12,10 +12,12 @@
 // mark the widget damaged; painting happens once per frame, in one pass,
 // clipped to the damaged area (see eScreen).
 //
-// Keys arrive as actions (see eaction.h): the action goes to the focused
-// widget of the active window, then to each parent up to the window, until a
-// widget's eventHandler returns non-zero. A widget only sees actions of the
-// maps it has added.
+// Keys arrive as actions (see eaction.h), at the eventHandler of the active
+// window first, so that a window sees every key it or its focused widget has
+// a map for. A window passes what it does not use itself on to its focused
+// widget and that widget's parents (eWindow::eventHandler does this before
+// its own defaults; see passToFocusChain), each of which only sees actions of
+// the maps it has added, until one returns non-zero.
 
 #include "base/estring.h"
 #include "base/signals.h"
@@ -186,6 +188,14 @@ public:
     std::weak_ptr<void> lifeToken() const { return m_life; }
 
 protected:
+    // Offers an action or a typed character to the focused widget of this
+    // window and then to its parents below the window, as described above;
+    // returns non-zero when one of them used it.
+    int passToFocusChain(const eWidgetEvent &event);
+    // Whether this widget or one on the way from the focused widget up to it
+    // has added `map`.
+    bool focusChainHasMap(const eActionMap *map) const;
+
     // Adds subclass properties to the JSON object being written (rows, ...).
     virtual void describeContents(JsonWriter &json) const;
     // The font used when none was set: the skin's default.

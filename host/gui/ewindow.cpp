@@ -52,7 +52,17 @@ bool eWindow::focusNext(int direction)
 int eWindow::eventHandler(const eWidgetEvent &event)
 {
     switch (event.type) {
+    case eWidgetEvent::evtCharacter:
+        return passToFocusChain(event);
     case eWidgetEvent::evtAction:
+        // The focused widget comes first: a list moves its cursor, a button
+        // is pressed; what it leaves is the window's.
+        if (int used = passToFocusChain(event))
+            return used;
+        // The window's own defaults answer only the maps it has itself.
+        if (const auto &maps = getActionMaps();
+            std::find(maps.begin(), maps.end(), event.action->getMap()) == maps.end())
+            return 0;
         if (event.action == &i_cursorActions->cancel) {
             reject();
             return 1;

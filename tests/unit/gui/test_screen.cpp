@@ -134,7 +134,7 @@ TEST(Screen, KeysReachTheActiveWindowsMapsOnly)
     EXPECT_EQ(window.received, (std::vector<std::string>{"red", "number7"}));
 }
 
-TEST(Screen, KeysGoToTheFocusedChildThenUpToTheWindow)
+TEST(Screen, KeysGoToTheWindowWhichOffersThemToItsFocusedChildFirst)
 {
     eScreen &screen = eScreen::osd();
     RecordingWindow window(false);
@@ -145,10 +145,37 @@ TEST(Screen, KeysGoToTheFocusedChildThenUpToTheWindow)
     window.setFocus(&child);
     ASSERT_TRUE(child.hasFocus());
 
-    screen.handleKey("up"); // the child uses it
-    screen.handleKey("ok"); // the child passes it on
+    EXPECT_TRUE(screen.handleKey("up")); // the child uses it
+    screen.handleKey("ok"); // the child leaves it
+    EXPECT_EQ(window.received, (std::vector<std::string>{"up", "ok"})) << "the window sees every key first";
     EXPECT_EQ(child.received, (std::vector<std::string>{"up", "ok"}));
-    EXPECT_EQ(window.received, (std::vector<std::string>{"ok"}));
+}
+
+TEST(Screen, AWindowThatUsesAKeyKeepsItFromItsFocusedChild)
+{
+    eScreen &screen = eScreen::osd();
+    RecordingWindow window(true);
+    window.cresize(eSize(300, 200));
+    RecordingChild child(&window);
+    child.resize(eSize(100, 30));
+    window.show();
+    window.setFocus(&child);
+    EXPECT_TRUE(screen.handleKey("up"));
+    EXPECT_EQ(window.received, (std::vector<std::string>{"up"}));
+    EXPECT_TRUE(child.received.empty());
+}
+
+TEST(Screen, ActionsOfMapsOnlyTheFocusedChildHasReachTheWindowToo)
+{
+    eScreen &screen = eScreen::osd();
+    eWindow window; // cursor map only
+    window.cresize(eSize(300, 200));
+    RecordingChild child(&window);
+    child.resize(eSize(100, 30));
+    child.addActionMap(&i_epgSelectorActions->map);
+    window.show();
+    screen.handleKey("menu");
+    EXPECT_EQ(child.received, (std::vector<std::string>{"menu"}));
 }
 
 TEST(Screen, HiddenOrEmptyWidgetsCannotHoldTheFocus)
