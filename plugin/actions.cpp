@@ -1,0 +1,79 @@
+// The main window's answer to the remote control: the colour keys switch
+// lists and the sort order, exit leaves, any key brings the compact bar back
+// to the full window; and OK on a row opens a genre or plays a station.
+
+#include "plugin/ctarnwave.h"
+
+#include "directory/directory_url.h"
+
+#include "base/econfig.h"
+#include "gui/eaction.h"
+
+int Ctarnwave::eventHandler(const eWidgetEvent &event)
+{
+    if (event.type != eWidgetEvent::evtAction)
+        return eWindow::eventHandler(event);
+
+    // Any key postpones automatic hiding.
+    idleTicks = 0;
+
+    // In the compact bar a key only brings the full window back.
+    if (!fullView) {
+        switch_window(false);
+        return 1;
+    }
+
+    // A list chosen with a colour key comes in index order; one loaded before is
+    // shown as it is, an empty one is fetched (or, the favourites, read).
+    const auto showChosenList = [this] {
+        SortSet(true);
+        if (lists[currentList]->getCount() == 0)
+            start_download("", false);
+        else
+            showCurrList();
+    };
+
+    const eAction *action = event.action;
+
+    // Exit ends the modal run, and the event still goes on to the window below.
+    if (action == &i_cursorActions->cancel)
+        close(0);
+
+    if (action == &i_shortcutActions->green) {
+        currentList = 2;
+        showChosenList();
+    } else if (action == &i_shortcutActions->red) {
+        SortSet(false);
+    } else if (action == &i_shortcutActions->blue) {
+        currentList = 0;
+        showChosenList();
+    } else if (action == &i_shortcutActions->yellow) {
+        currentList = 1;
+        showChosenList();
+    } else {
+        // The recorder signal and the menu come with the settings menu, the
+        // digits with the number input; until then they go to the window.
+        return eWindow::eventHandler(event);
+    }
+    return 1;
+}
+
+void Ctarnwave::listeselected(my_ListBox *row)
+{
+    // A second OK while something loads does nothing.
+    if (!row || connection)
+        return;
+
+    const Listentry &record = *row->entry;
+    if (record.type == Listentry::ENTRY_GENRE) {
+        // The genre's stations, asked for as a search by its name, fill list 3.
+        currentList = 3;
+        start_download(record.name, false);
+    } else if (record.type == Listentry::ENTRY_STATION) {
+        selectedEntry = row;
+        if (!record.url.empty())
+            play(row); // a favourite added by its address
+        else
+            start_download(directoryBaseUrl() + record.tuneinBase + "?id=" + record.id, true);
+    }
+}

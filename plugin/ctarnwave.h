@@ -1,0 +1,78 @@
+#ifndef TARNWAVE_PLUGIN_CTARNWAVE_H
+#define TARNWAVE_PLUGIN_CTARNWAVE_H
+
+// The plug-in's main window: four lists (favourites, genre list, top list,
+// stations of a genre or a search), the four colour-key captions, a status bar,
+// the running transfer and the running stream, and the one status timer.
+//
+// The member functions live beside the subsystem they belong to:
+//   plugin/      construction, teardown, the views and the remote-control keys
+//   directory/   requests, the directory's XML, playlists, playback and status
+//   favourites/  the favourites file
+
+#include "gui/elabel.h"
+#include "gui/elistbox.h"
+#include "gui/ewindow.h"
+#include "model/my_listbox.h"
+
+#include "base/ebase.h"
+
+class eHTTPConnection;
+class eHTTPDataSource;
+class eHTTPDownloadXML;
+class eHTTPDownloadString;
+class eServiceHandler;
+class XMLTreeParser;
+class pLabel;
+
+class Ctarnwave : public eWindow
+{
+public:
+    Ctarnwave();
+    ~Ctarnwave() override;
+
+    int eventHandler(const eWidgetEvent &event) override;
+
+    // --- fields, in this order
+    bool fullView;             // full window with the list (true) or the compact status bar (false)
+    int savedDecoderParms[3];  // 1st, 2nd and 6th int of Decoder::parms as found at start
+    int currentList;           // the list shown: 0 favourites, 1 genres, 2 top list, 3 search or genre
+    int idleTicks;             // status ticks since the last remote-control action
+    eString lastRequest;       // the text of the last search or opened genre (list 3)
+    eServiceHandler *stream;   // the handler playing the station; borrowed; null when nothing plays
+    my_ListBox *selectedEntry; // the station row last chosen with OK
+    eListBox<my_ListBox> *lists[4];
+    eLabel *bt_red, *bt_green, *bt_yellow, *bt_blue;
+    eLabel *statusBar;
+    eLabel *lb_status, *lb_station, *lb_title, *lb_info;
+    eLabel *px_key32, *px_key12, *px_play, *px_pause, *px_record;
+    pLabel *ln_horizontal, *ln_vertical;
+    eTimer *statusTimer;
+    eHTTPConnection *connection;    // the running transfer; null when idle
+    XMLTreeParser *xmlParser;       // the parser of the running list request
+    eHTTPDownloadXML *xmlSink;      // the sink of the running list transfer
+    eHTTPDownloadString *strSink;   // the sink of the running playlist transfer
+    eString playlistText;           // the body of the last playlist transfer
+
+    // --- operations
+    void SortSet(bool reset);
+    void Sstatus();
+    void Stop(bool restore);
+    eHTTPDataSource *create_STR_DataSink(eHTTPConnection *conn);
+    eHTTPDataSource *create_XML_DataSink(eHTTPConnection *conn);
+    void listeselected(my_ListBox *row);
+    void parseXML();
+    void play(my_ListBox *row);
+    void setError(int error);
+    void set_Background();
+    void set_Decoder(int vpid, int apid, int mode);
+    void set_Window_Title();
+    void showCurrList();
+    void start_download(eString request, bool playlist);
+    void str_TransferDone(int error);
+    void switch_window(bool initial);
+    void write_genrelist();
+    void xml_TransferDone(int error);
+};
+
+#endif
