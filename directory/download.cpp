@@ -1,0 +1,119 @@
+// Starting the plug-in's transfers: the directory's lists, a station's
+// playlist, and the favourites file in place of a request for list 0; and the
+// status line of a transfer that failed.
+
+#include "plugin/ctarnwave.h"
+
+#include "directory/directory_url.h"
+#include "directory/ehttpdownloadstring.h"
+#include "favourites/favourites_file.h"
+
+#include "base/econfig.h"
+#include "base/elog.h"
+#include "net/ehttpconnection.h"
+#include "net/ehttpdownloadxml.h"
+#include "net/xmltree.h"
+#include "system/putils.h"
+
+#include <clocale>
+#include <libintl.h>
+
+namespace {
+
+// What the status line says while a transfer runs.
+eString downloadNotice()
+{
+    return eString("Download...  ") + dcgettext(nullptr, "One moment please...", LC_MESSAGES);
+}
+
+} // namespace
+
+void Ctarnwave::start_download(eString request, bool playlist)
+{
+    int error = 0;
+
+    if (!playlist) {
+        // Every list gets a fresh parser, the favourites list included.
+        if (xmlParser)
+            delete xmlParser;
+        xmlParser = new XMLTreeParser("UTF-8");
+
+        // The favourites are a local file, read at once.
+        if (currentList == 0) {
+            read_genrelist(*this);
+            return;
+        }
+
+        eString url = directoryBaseUrl();
+        switch (currentList) {
+        case 1: url += "/sbin/newxml.phtml"; break;
+        case 2: url += "/sbin/newxml.phtml?genre=Top&mt=audio/mpeg"; break;
+        case 3:
+            // The text goes into the query as it is, blanks and all.
+            url += "/sbin/newxml.phtml?search=" + request;
+            lastRequest = request;
+            break;
+        default: break;
+        }
+        eDebug("[TWV] url=%s", url.c_str());
+        lb_status->setText(downloadNotice());
+
+        connection = eHTTPConnection::doRequest(url.c_str(), eApp, &error);
+        if (!connection) {
+            xml_TransferDone(error);
+            return;
+        }
+        CONNECT(connection->transferDone, Ctarnwave::xml_TransferDone);
+        CONNECT(connection->createDataSink, Ctarnwave::create_XML_DataSink);
+        connection->local_header["User-Agent"] = pUtils::pUserAgent();
+        connection->start();
+        return;
+    }
+
+    // A station's playlist: the request is the whole URL.
+    playlistText = "";
+    lb_status->setText(downloadNotice());
+    eDebug("[TWV] Playlisturl=%s", request.c_str());
+
+    connection = eHTTPConnection::doRequest(request.c_str(), eApp, &error);
+    if (!connection) {
+        str_TransferDone(error);
+        return;
+    }
+    CONNECT(connection->transferDone, Ctarnwave::str_TransferDone);
+    CONNECT(connection->createDataSink, Ctarnwave::create_STR_DataSink);
+    connection->local_header["User-Agent"] = pUtils::pUserAgent();
+    connection->start();
+}
+
+eHTTPDataSource *Ctarnwave::create_XML_DataSink(eHTTPConnection *conn)
+{
+    // An earlier list request still running when this one began deletes the
+    // parser when it completes; the body then has nowhere to go and is dropped.
+    if (!xmlParser)
+        return nullptr;
+    xmlSink = new eHTTPDownloadXML(conn, *xmlParser);
+    return xmlSink;
+}
+
+eHTTPDataSource *Ctarnwave::create_STR_DataSink(eHTTPConnection *conn)
+{
+    strSink = new eHTTPDownloadString(conn, &playlistText);
+    return strSink;
+}
+
+void Ctarnwave::setError(int error)
+{
+    eString text;
+    if (error == -2)
+        text = dcgettext(nullptr, "Can't resolve hostname!", LC_MESSAGES);
+    else if (error == -3)
+        text = dcgettext(nullptr, "Can't connect! (check network settings)", LC_MESSAGES);
+    else if (error == 0) {
+        // A reply came, but not the one asked for.
+        if (connection && connection->code != 200)
+            text.sprintf("error: server replied %d %s", connection->code, connection->code_descr.c_str());
+    } else
+        text.sprintf(dcgettext(nullptr, "unknown error %d", LC_MESSAGES), error);
+    lb_status->setText(text);
+}

@@ -1,0 +1,168 @@
+#ifndef TARNWAVE_TESTS_INTEGRATION_PLUGIN_SCRIPTED_HTTP_SERVER_H
+#define TARNWAVE_TESTS_INTEGRATION_PLUGIN_SCRIPTED_HTTP_SERVER_H
+
+// A small HTTP server on an ephemeral loopback port, served from its own
+// thread, for tests that need exact control of a reply: it records each
+// request as it arrived (request line and headers, byte for byte) and answers
+// with a scripted reply whose body goes out in the given pieces, with a pause
+// after each, so that the client receives them one by one.
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct ScriptedRequest
+{
+    std::string target; // as it stood in the request line
+    std::map<std::string, std::string> headers; // names as sent
+};
+
+struct ScriptedReply
+{
+    int status = 200;
+    std::string reason = "OK";
+    std::vector<std::string> bodyPieces;
+    std::chrono::milliseconds pauseAfterPiece{0};
+};
+
+class ScriptedHttpServer
+{
+public:
+    explicit ScriptedHttpServer(std::function<ScriptedReply(const ScriptedRequest &)> script)
+        : m_script(std::move(script))
+    {
+        m_listener = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        if (m_listener < 0 || bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
+            || listen(m_listener, 8) != 0
+            || getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &length) != 0)
+            throw std::runtime_error("the scripted server cannot listen");
+        m_port = ntohs(address.sin_port);
+        m_thread = std::thread([this] { serve(); });
+    }
+    ~ScriptedHttpServer()
+    {
+        m_stopping = true;
+        m_thread.join();
+        close(m_listener);
+    }
+    ScriptedHttpServer(const ScriptedHttpServer &) = delete;
+    ScriptedHttpServer &operator=(const ScriptedHttpServer &) = delete;
+
+    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
+
+    std::vector<ScriptedRequest> received()
+    {
+        std::lock_guard lock(m_mutex);
+        return m_received;
+    }
+
+private:
+    void serve()
+    {
+        while (!m_stopping) {
+            pollfd waiting{m_listener, POLLIN, 0};
+            if (poll(&waiting, 1, 50) <= 0)
+                continue;
+            const int client = accept(m_listener, nullptr, nullptr);
+            if (client < 0)
+                continue;
+            answer(client);
+            close(client);
+        }
+    }
+
+    void answer(int client)
+    {
+        std::string head;
+        char buffer[4096];
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (head.find("\r\n\r\n") == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+            pollfd readable{client, POLLIN, 0};
+            if (poll(&readable, 1, 50) <= 0)
+                continue;
+            const ssize_t got = recv(client, buffer, sizeof buffer, 0);
+            if (got <= 0)
+                return;
+            head.append(buffer, static_cast<std::size_t>(got));
+        }
+        const ScriptedRequest request = parse(head);
+        {
+            std::lock_guard lock(m_mutex);
+            m_received.push_back(request);
+        }
+        const ScriptedReply reply = m_script(request);
+        std::size_t length = 0;
+        for (const std::string &piece : reply.bodyPieces)
+            length += piece.size();
+        const std::string replyHead = "HTTP/1.1 " + std::to_string(reply.status) + " " + reply.reason
+                                      + "\r\nContent-Length: " + std::to_string(length)
+                                      + "\r\nConnection: close\r\n\r\n";
+        sendAll(client, replyHead);
+        for (const std::string &piece : reply.bodyPieces) {
+            sendAll(client, piece);
+            std::this_thread::sleep_for(reply.pauseAfterPiece);
+        }
+    }
+
+    static ScriptedRequest parse(const std::string &head)
+    {
+        ScriptedRequest request;
+        const std::size_t lineEnd = head.find("\r\n");
+        const std::string line = head.substr(0, lineEnd);
+        const std::size_t firstBlank = line.find(' ');
+        const std::size_t lastBlank = line.rfind(' ');
+        if (firstBlank != std::string::npos && lastBlank > firstBlank)
+            request.target = line.substr(firstBlank + 1, lastBlank - firstBlank - 1);
+        std::size_t start = lineEnd == std::string::npos ? head.size() : lineEnd + 2;
+        while (start < head.size()) {
+            const std::size_t end = head.find("\r\n", start);
+            const std::string header = head.substr(start, end - start);
+            const std::size_t colon = header.find(':');
+            if (colon != std::string::npos) {
+                const std::size_t value = header.find_first_not_of(' ', colon + 1);
+                request.headers[header.substr(0, colon)] = value == std::string::npos ? "" : header.substr(value);
+            }
+            if (end == std::string::npos)
+                break;
+            start = end + 2;
+        }
+        return request;
+    }
+
+    static void sendAll(int client, const std::string &bytes)
+    {
+        std::size_t sent = 0;
+        while (sent < bytes.size()) {
+            const ssize_t wrote = send(client, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (wrote <= 0)
+                return;
+            sent += static_cast<std::size_t>(wrote);
+        }
+    }
+
+    std::function<ScriptedReply(const ScriptedRequest &)> m_script;
+    int m_listener = -1;
+    int m_port = 0;
+    std::atomic<bool> m_stopping{false};
+    std::mutex m_mutex;
+    std::vector<ScriptedRequest> m_received;
+    std::thread m_thread;
+};
+
+#endif
