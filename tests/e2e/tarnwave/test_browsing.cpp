@@ -1,0 +1,156 @@
+// Tarnwave in the emulator against the station server: the lists it opens on,
+// the colour keys, a genre opened with OK, a list shown again without a new
+// request, the status lines of a failing or missing directory, and leaving.
+
+#include "emulator_process.h"
+#include "support/station_server_process.h"
+#include "widget_json.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <regex>
+#include <string>
+
+namespace {
+
+// The texts are checked in English.
+const bool english = [] {
+    setenv("TARNWAVE_LANGUAGE", "en", 1);
+    return true;
+}();
+
+// The main window's title: the text of the top-level window of type eWindow
+// that is not the host's menu.
+std::string titleOf(const std::string &widgets)
+{
+    const std::regex pattern("\\{\"type\":\"eWindow\",\"name\":\"\",\"text\":\"([^\"]*)\"");
+    std::smatch match;
+    return std::regex_search(widgets, match, pattern) ? match[1].str() : std::string();
+}
+
+// How many times the station server was asked for `target`.
+int requestsFor(const StationServerProcess &server, const std::string &target)
+{
+    const std::string log = server.log();
+    int count = 0;
+    for (std::size_t at = log.find(target); at != std::string::npos; at = log.find(target, at + 1))
+        ++count;
+    return count;
+}
+
+class Browsing : public ::testing::Test
+{
+protected:
+    std::string widgets() const { return emulator.get("/api/widgets").body; }
+    void key(const std::string &name) { ASSERT_EQ(emulator.post("/api/key/" + name).status, 200) << name; }
+    void settle() { ASSERT_EQ(emulator.post("/api/settle?ms=10000").status, 200); }
+    // Waits until the main window's title starts with `prefix`.
+    bool waitForTitle(const std::string &prefix)
+    {
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            if (titleOf(widgets()).rfind(prefix, 0) == 0)
+                return true;
+            settle();
+        }
+        return false;
+    }
+
+    StationServerProcess server;
+    EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", server.baseUrl()}};
+};
+
+TEST_F(Browsing, OpensOnTheEmptyFavourites)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / ")) << widgets();
+    EXPECT_EQ(titleOf(widgets()), "Tarnwave / Favourites   (0 entries)");
+    EXPECT_TRUE(showsText(widgets(), "index")) << "the red caption names the order";
+}
+
+TEST_F(Browsing, YellowFillsTheGenreListWithTheServersCount)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / Favourites"));
+    key("yellow");
+    ASSERT_TRUE(waitForTitle("Tarnwave / Genre List")) << widgets();
+    const std::regex count("\\((\\d+) entries\\)");
+    std::smatch match;
+    const std::string title = titleOf(widgets());
+    ASSERT_TRUE(std::regex_search(title, match, count)) << title;
+    EXPECT_GE(std::stoi(match[1]), 30);
+    EXPECT_EQ(title, "Tarnwave / Genre List   (" + match[1].str() + " entries)");
+    EXPECT_NE(widgets().find("\"count\":" + match[1].str()), std::string::npos) << "the list holds them all";
+}
+
+TEST_F(Browsing, OkOnAGenreFillsTheStationList)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / Favourites"));
+    key("yellow");
+    ASSERT_TRUE(waitForTitle("Tarnwave / Genre List"));
+    const std::regex firstRow("\"rows\":\\[\"([^\"]+)\"");
+    std::smatch match;
+    const std::string shown = widgets();
+    ASSERT_TRUE(std::regex_search(shown, match, firstRow)) << shown;
+    const std::string genre = match[1].str();
+    key("ok");
+    ASSERT_TRUE(waitForTitle("Tarnwave / search by " + genre)) << widgets();
+    EXPECT_NE(titleOf(widgets()).find("  ("), std::string::npos);
+    EXPECT_GE(requestsFor(server, "/sbin/newxml.phtml?search="), 1);
+}
+
+TEST_F(Browsing, GreenFillsTheTopList)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / Favourites"));
+    key("green");
+    ASSERT_TRUE(waitForTitle("Tarnwave / Top List")) << widgets();
+    EXPECT_EQ(titleOf(widgets()).find("(0 entries)"), std::string::npos) << titleOf(widgets());
+    EXPECT_EQ(requestsFor(server, "genre=Top&mt=audio/mpeg"), 1);
+}
+
+TEST_F(Browsing, ComingBackToALoadedListMakesNoNewRequest)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / Favourites"));
+    key("yellow");
+    ASSERT_TRUE(waitForTitle("Tarnwave / Genre List"));
+    const std::string genreTitle = titleOf(widgets());
+    key("green");
+    ASSERT_TRUE(waitForTitle("Tarnwave / Top List"));
+    const int genreRequests = requestsFor(server, "/sbin/newxml.phtml ");
+    key("yellow");
+    settle();
+    EXPECT_EQ(titleOf(widgets()), genreTitle);
+    EXPECT_EQ(requestsFor(server, "/sbin/newxml.phtml "), genreRequests) << server.log();
+}
+
+TEST_F(Browsing, ExitReturnsToThePluginMenu)
+{
+    ASSERT_TRUE(waitForTitle("Tarnwave / Favourites"));
+    key("exit");
+    settle();
+    const std::string shown = widgets();
+    EXPECT_TRUE(showsWidget(shown, "plugin-menu")) << shown;
+    EXPECT_EQ(titleOf(shown), "") << "the plug-in's window is gone";
+}
+
+TEST(BrowsingFailures, AServerAnswering503ShowsItsStatusLine)
+{
+    StationServerProcess server;
+    server.addFault("/sbin/newxml.phtml", "status503");
+    EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", server.baseUrl()}};
+    ASSERT_TRUE(emulator.waitForBody("/api/widgets", "Tarnwave / Favourites", std::chrono::seconds(10)));
+    ASSERT_EQ(emulator.post("/api/key/yellow").status, 200);
+    EXPECT_TRUE(emulator.waitForBody("/api/widgets", "\"text\":\"error: server replied 503 Service Unavailable\"",
+                                     std::chrono::seconds(10)))
+        << emulator.get("/api/widgets").body;
+}
+
+TEST(BrowsingFailures, AServerThatIsDownShowsItsStatusLine)
+{
+    EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", unusedDirectory}};
+    ASSERT_TRUE(emulator.waitForBody("/api/widgets", "Tarnwave / Favourites", std::chrono::seconds(10)));
+    ASSERT_EQ(emulator.post("/api/key/green").status, 200);
+    EXPECT_TRUE(emulator.waitForBody("/api/widgets", "\"text\":\"Can't connect! (check network settings)\"",
+                                     std::chrono::seconds(15)))
+        << emulator.get("/api/widgets").body;
+}
+
+} // namespace
