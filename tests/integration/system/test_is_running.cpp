@@ -2,6 +2,8 @@
 
 #include "support/temp_dir.h"
 
+#include "support/wait_for.h"
+
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -62,18 +64,6 @@ private:
     std::filesystem::path m_program;
     pid_t m_pid = -1;
 };
-
-template <class Predicate>
-bool within(std::chrono::milliseconds limit, Predicate done)
-{
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 } // namespace
 

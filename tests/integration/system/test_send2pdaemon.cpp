@@ -3,6 +3,8 @@
 #include "base/elog.h"
 #include "support/temp_dir.h"
 
+#include "support/wait_for.h"
+
 #include <gtest/gtest.h>
 
 #include <poll.h>
@@ -16,18 +18,6 @@
 #include <thread>
 
 namespace {
-
-template <class Predicate>
-bool within(std::chrono::milliseconds limit, Predicate done)
-{
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
 
 bool loggedLineWith(std::uint64_t since, const std::string &text)
 {

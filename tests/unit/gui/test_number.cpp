@@ -9,6 +9,8 @@
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
 
+#include "support/pixel_probes.h"
+
 #include <gtest/gtest.h>
 
 #include <initializer_list>
@@ -259,18 +261,6 @@ TEST(Number, GrabsTheFocusFromEarlierWidgets)
     EXPECT_EQ(other.getFocus(), first);
     other.hide();
     window.hide();
-}
-
-// Pixels of `color` inside `rect` of the screen.
-int countPixels(const eRect &rect, gRGB color)
-{
-    int count = 0;
-    const gPixmap &screen = eScreen::osd().pixmap();
-    for (int y = rect.top(); y < rect.bottom(); ++y)
-        for (int x = rect.left(); x < rect.right(); ++x)
-            if (screen.colorAt(x, y) == color)
-                ++count;
-    return count;
 }
 
 TEST(Number, DrawsTheValueCentredWithAnUnderlineWhileFocused)

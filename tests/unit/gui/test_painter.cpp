@@ -3,6 +3,8 @@
 
 #include "gui/gpainter.h"
 
+#include "support/pixel_probes.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -11,13 +13,6 @@
 #include <thread>
 
 namespace {
-
-// Time limits are for an optimised build; the sanitizers slow everything down.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int sanitizerSlowdown = 5;
-#else
-constexpr int sanitizerSlowdown = 1;
-#endif
 
 constexpr std::uint32_t red = 0xffff0000u;
 constexpr std::uint32_t blue = 0xff0000ffu;

@@ -12,6 +12,8 @@
 
 #include "support/run_loop.h"
 
+#include "support/pixel_probes.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -268,18 +270,6 @@ TEST(TextInputField, HelpWidgetShowsTheHelpWhileFocused)
     window.setFocus(button);
     EXPECT_EQ(help->getText(), "choose");
     window.hide();
-}
-
-// Pixels of `color` inside `rect` of the screen.
-int countPixels(const eRect &rect, gRGB color)
-{
-    int count = 0;
-    const gPixmap &screen = eScreen::osd().pixmap();
-    for (int y = rect.top(); y < rect.bottom(); ++y)
-        for (int x = rect.left(); x < rect.right(); ++x)
-            if (screen.colorAt(x, y) == color)
-                ++count;
-    return count;
 }
 
 TEST(TextInputField, LongTextScrollsSoThatTheCursorStaysVisible)

@@ -4,6 +4,8 @@
 #include "gui/etextpara.h"
 #include "gui/gpainter.h"
 
+#include "support/pixel_probes.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -11,13 +13,6 @@
 #include <string>
 
 namespace {
-
-// Time limits are for an optimised build; the sanitizers slow everything down.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int sanitizerSlowdown = 5;
-#else
-constexpr int sanitizerSlowdown = 1;
-#endif
 
 const gFont regular("Regular", 20);
 

@@ -1,0 +1,30 @@
+#ifndef TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
+#define TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
+
+#include "gui/escreen.h"
+#include "gui/geometry.h"
+#include "gui/gpixmap.h"
+#include "gui/grgb.h"
+
+// How many pixels of `rect` on the composed on-screen display have exactly
+// `color`.
+inline int countPixels(const eRect &rect, gRGB color)
+{
+    int count = 0;
+    const gPixmap &screen = eScreen::osd().pixmap();
+    for (int y = rect.top(); y < rect.bottom(); ++y)
+        for (int x = rect.left(); x < rect.right(); ++x)
+            if (screen.colorAt(x, y) == color)
+                ++count;
+    return count;
+}
+
+// Time limits in tests are for an optimised build; the sanitizers slow
+// everything down by about this much.
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr int sanitizerSlowdown = 5;
+#else
+inline constexpr int sanitizerSlowdown = 1;
+#endif
+
+#endif
