@@ -11,6 +11,7 @@
 // And the heap that four full lists add (3 x 500 stations, 300 genres): at
 // most 2 MiB.
 
+#include "support/directory_reply.h"
 #include "support/ratio_report.h"
 
 #include "plugin/ctarnwave.h"
@@ -39,30 +40,12 @@
 namespace {
 
 constexpr int stationCount = 10000;
-constexpr std::size_t pieceSize = 2048;
+constexpr std::size_t pieceSize = bench::replyPieceSize;
 constexpr int listedStations = 500;
-
-std::string stationReply()
-{
-    static const char *const genres[] = {"Rock", "Pop Dance", "Jazz &amp; Blues", "Classical", "Talk"};
-    static const char *const types[] = {"audio/mpeg", "audio/mpeg", "audio/aacp"};
-    static const char *const bitrates[] = {"128", "64", "192", "96", "320", "128k", ""};
-    std::string reply = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<stationlist>\n"
-                        "<tunein base=\"/sbin/tunein-station.pls\"/>\n";
-    for (int i = 0; i < stationCount; ++i) {
-        const std::string number = std::to_string(i);
-        reply += "<station name=\"Radio Station " + number + " - the best hits of all time\" mt=\"" + types[i % 3]
-                 + "\" id=\"" + std::to_string(1000000 + i) + "\" br=\"" + bitrates[i % 7] + "\" genre=\""
-                 + genres[i % 5] + "\" ct=\"Some Artist " + number + " - A Song Title\" lc=\"" + std::to_string(i % 700)
-                 + "\"/>\n";
-    }
-    reply += "</stationlist>\n";
-    return reply;
-}
 
 const std::string &reply()
 {
-    static const std::string bytes = stationReply();
+    static const std::string bytes = bench::generatedStationReply(stationCount);
     return bytes;
 }
 
@@ -170,21 +153,7 @@ void replyToRows(benchmark::State &state)
 
 void expatAlone(benchmark::State &state)
 {
-    const std::string &bytes = reply();
-    for (auto _ : state) {
-        XML_Parser parser = XML_ParserCreate("UTF-8");
-        for (std::size_t offset = 0; offset < bytes.size(); offset += pieceSize) {
-            const std::size_t length = std::min(pieceSize, bytes.size() - offset);
-            if (XML_Parse(parser, bytes.data() + offset, static_cast<int>(length), offset + length == bytes.size())
-                == XML_STATUS_ERROR) {
-                state.SkipWithError(XML_ErrorString(XML_GetErrorCode(parser)));
-                XML_ParserFree(parser);
-                return;
-            }
-        }
-        XML_ParserFree(parser);
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(bytes.size()));
+    bench::expatAloneInPieces(state, reply());
 }
 
 // Runs directory_rules.py once on the reply; its best time in microseconds,
