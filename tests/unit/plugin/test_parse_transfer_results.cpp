@@ -42,6 +42,25 @@ protected:
         window.lb_status->setText("Download...  One moment please...");
     }
 
+    // The genre list loaded once, and a new request for it that has just
+    // finished with `code`: a fresh parser, the connection, and, when a
+    // `body` came, the sink that fed it into the parser.
+    void finishGenreRequest(int code, const char *reason, const char *body = nullptr)
+    {
+        loadGenres();
+        window.currentList = 1;
+        delete window.xmlParser; // whatever parser was left behind
+        window.xmlParser = new XMLTreeParser("UTF-8");
+        window.connection = finishedConnection(code, reason);
+        if (!body)
+            return;
+        // The sink belongs to the connection, as the host's sinks do.
+        window.xmlSink = new eHTTPDownloadXML(window.connection, *window.xmlParser);
+        std::string bytes = body;
+        window.xmlSink->haveData(bytes.data(), static_cast<int>(bytes.size()));
+        window.xmlSink->haveData(nullptr, 0);
+    }
+
     plugintest::Box box;
     Ctarnwave window;
     std::unique_ptr<eHTTPConnection> reply;
@@ -101,11 +120,7 @@ TEST_F(TransferResults, ZeroWithoutConnectionOrWith200ClearsTheLine)
 
 TEST_F(TransferResults, ListTransferErrorIsShownAndLeavesTheList)
 {
-    loadGenres();
-    window.currentList = 1;
-    delete window.xmlParser; // whatever parser was left behind
-    window.xmlParser = new XMLTreeParser("UTF-8");
-    window.connection = finishedConnection(0, "");
+    finishGenreRequest(0, "");
     window.xml_TransferDone(-3);
     EXPECT_EQ(window.lb_status->getText(), "Can't connect! (check network settings)");
     EXPECT_EQ(namesOf(window, 1), std::vector<std::string>{"Kept"});
@@ -115,11 +130,7 @@ TEST_F(TransferResults, ListTransferErrorIsShownAndLeavesTheList)
 
 TEST_F(TransferResults, ListReplyOtherThan200IsShownAndLeavesTheList)
 {
-    loadGenres();
-    window.currentList = 1;
-    delete window.xmlParser; // whatever parser was left behind
-    window.xmlParser = new XMLTreeParser("UTF-8");
-    window.connection = finishedConnection(503, "Service Unavailable");
+    finishGenreRequest(503, "Service Unavailable");
     window.xml_TransferDone(0);
     EXPECT_EQ(window.lb_status->getText(), "error: server replied 503 Service Unavailable");
     EXPECT_EQ(namesOf(window, 1), std::vector<std::string>{"Kept"});
@@ -128,16 +139,7 @@ TEST_F(TransferResults, ListReplyOtherThan200IsShownAndLeavesTheList)
 
 TEST_F(TransferResults, BodyThatDidNotParseSaysXmlParseErrorWithoutFullStop)
 {
-    loadGenres();
-    window.currentList = 1;
-    delete window.xmlParser; // whatever parser was left behind
-    window.xmlParser = new XMLTreeParser("UTF-8");
-    window.connection = finishedConnection(200, "OK");
-    // The sink belongs to the connection, as the host's sinks do.
-    window.xmlSink = new eHTTPDownloadXML(window.connection, *window.xmlParser);
-    std::string body = "<genrelist><genre name=\"New\"></genrelist>";
-    window.xmlSink->haveData(body.data(), static_cast<int>(body.size()));
-    window.xmlSink->haveData(nullptr, 0);
+    finishGenreRequest(200, "OK", "<genrelist><genre name=\"New\"></genrelist>");
     ASSERT_NE(window.xmlSink->error, 0);
 
     window.xml_TransferDone(0);
@@ -149,15 +151,7 @@ TEST_F(TransferResults, BodyThatDidNotParseSaysXmlParseErrorWithoutFullStop)
 
 TEST_F(TransferResults, BodyThatParsedBecomesTheListAndTheSinkIsForgotten)
 {
-    loadGenres();
-    window.currentList = 1;
-    delete window.xmlParser; // whatever parser was left behind
-    window.xmlParser = new XMLTreeParser("UTF-8");
-    window.connection = finishedConnection(200, "OK");
-    window.xmlSink = new eHTTPDownloadXML(window.connection, *window.xmlParser);
-    std::string body = "<genrelist><genre name=\"New\"/><genre name=\"Newer\"/></genrelist>";
-    window.xmlSink->haveData(body.data(), static_cast<int>(body.size()));
-    window.xmlSink->haveData(nullptr, 0);
+    finishGenreRequest(200, "OK", "<genrelist><genre name=\"New\"/><genre name=\"Newer\"/></genrelist>");
 
     window.xml_TransferDone(0);
     EXPECT_EQ(namesOf(window, 1), (std::vector<std::string>{"New", "Newer"}));
@@ -167,12 +161,8 @@ TEST_F(TransferResults, BodyThatParsedBecomesTheListAndTheSinkIsForgotten)
 
 TEST_F(TransferResults, ReplyWithoutBodyShowsNothingNew)
 {
-    loadGenres();
+    finishGenreRequest(200, "OK");
     const eString title = window.getText();
-    window.currentList = 1;
-    delete window.xmlParser; // whatever parser was left behind
-    window.xmlParser = new XMLTreeParser("UTF-8");
-    window.connection = finishedConnection(200, "OK");
     window.xml_TransferDone(0);
     EXPECT_EQ(window.lb_status->getText(), "Download...  One moment please...");
     EXPECT_EQ(namesOf(window, 1), std::vector<std::string>{"Kept"});
