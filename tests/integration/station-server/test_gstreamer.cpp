@@ -147,7 +147,8 @@ std::vector<XmlElement> topStations(const StationServerProcess &server)
 // name the places where GStreamer keeps memory on purpose or loses it in its
 // own threads. Nothing of this test or of the server is suppressed (the
 // server is another process).
-// - _dl_init: GLib's quark table, grown from its library constructor;
+// - _dl_init (or ld-linux where the loader has no symbols): GLib's quark
+//   table, grown from its library constructor;
 // - libgstsoup.so: the HTTP source runs libsoup in a main loop of its own;
 // - gst_structure_free: the HTTP source shares its libsoup session through a
 //   GstContext held by the pipeline; freeing the pipeline's contexts drops the
@@ -161,6 +162,7 @@ extern "C" const char *__asan_default_options()
 extern "C" const char *__lsan_default_suppressions()
 {
     return "leak:_dl_init\n"
+           "leak:ld-linux\n"
            "leak:libgstsoup.so\n"
            "leak:gst_structure_free\n";
 }
