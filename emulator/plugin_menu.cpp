@@ -12,6 +12,9 @@
 #include "gui/ewindow.h"
 #include "system/ezaplcd.h"
 
+#include <libintl.h>
+
+#include <clocale>
 #include <filesystem>
 
 namespace emulator {
@@ -23,7 +26,7 @@ public:
     PluginMenuWindow(const std::string &rowText, const std::string &hint)
     {
         setName("plugin-menu");
-        setText("Plug-ins");
+        setText(dcgettext(nullptr, "Plug-ins", LC_MESSAGES));
         const int rowHeight = eListBoxEntryText::getEntryHeight();
         const eSize clientSize(420, rowHeight * 2 + 56);
         cresize(clientSize);
@@ -59,7 +62,8 @@ PluginMenu::PluginMenu(const PluginLibrary *plugin, std::string pluginPath)
     : m_plugin(plugin), m_pluginPath(std::move(pluginPath))
 {
     const std::string fileName = std::filesystem::path(m_pluginPath).filename().string();
-    const std::string hint = m_plugin != nullptr ? "OK starts " + fileName : fileName + " is missing";
+    const std::string hint = eString().sprintf(
+        dcgettext(nullptr, m_plugin != nullptr ? "OK starts %s" : "%s is missing", LC_MESSAGES), fileName.c_str());
     m_window = std::make_unique<PluginMenuWindow>(pluginDisplayName(m_pluginPath), hint);
     CONNECT(m_window->list->selected, PluginMenu::rowSelected);
     eZapLCDPage *idle = eZapLCD::getInstance()->idlePage;
@@ -121,7 +125,8 @@ void PluginMenu::run()
 void PluginMenu::sayPluginMissing()
 {
     eWarning("box-emulator: plug-in not found: %s", m_pluginPath.c_str());
-    eMessageBox box("plug-in not found: " + m_pluginPath, "Plug-ins", eMessageBox::btOK | eMessageBox::iconError,
+    eMessageBox box(eString().sprintf(dcgettext(nullptr, "plug-in not found: %s", LC_MESSAGES), m_pluginPath.c_str()),
+                    dcgettext(nullptr, "Plug-ins", LC_MESSAGES), eMessageBox::btOK | eMessageBox::iconError,
                     eMessageBox::btOK);
     box.show();
     box.exec();
