@@ -1,5 +1,6 @@
 #include "base/econfig.h"
 
+#include "base/hex_digit.h"
 #include "base/whole_file.h"
 #include "base/boxpath.h"
 #include "base/elog.h"
@@ -52,17 +53,6 @@ void appendEscaped(std::string &out, std::string_view text, bool isKey)
     }
 }
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // The text that `escaped` stands for, or nothing for an unknown or cut-off
 // escape and for an escape that gives NUL.
 std::optional<std::string> unescaped(std::string_view escaped)
@@ -84,8 +74,8 @@ std::optional<std::string> unescaped(std::string_view escaped)
         case 'x': {
             if (escaped.size() - i < 3)
                 return std::nullopt;
-            int high = hexValue(escaped[i + 1]);
-            int low = hexValue(escaped[i + 2]);
+            int high = boxhost::hexDigitValue(escaped[i + 1]);
+            int low = boxhost::hexDigitValue(escaped[i + 2]);
             if (high < 0 || low < 0 || (high == 0 && low == 0))
                 return std::nullopt;
             out += static_cast<char>(high * 16 + low);

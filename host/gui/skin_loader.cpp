@@ -4,6 +4,7 @@
 
 #include "gui/skin_loader.h"
 
+#include "base/hex_digit.h"
 #include "base/elog.h"
 #include "base/whole_file.h"
 #include "gui/gfont.h"
@@ -26,17 +27,6 @@ namespace skinvalue {
 
 namespace {
 
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 std::string_view trimmed(std::string_view text)
 {
     const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
@@ -58,7 +48,7 @@ bool parseColor(std::string_view text, gColor &colour)
         return false;
     std::uint32_t value = 0;
     for (char c : text.substr(1)) {
-        const int digit = hexDigit(c);
+        const int digit = boxhost::hexDigitValue(c);
         if (digit < 0)
             return false;
         value = (value << 4) | static_cast<std::uint32_t>(digit);
