@@ -2,16 +2,15 @@
 // favourites file) into the rows of the list that was asked for.
 
 #include "plugin/ctarnwave.h"
+#include "plugin/translation.h"
 
 #include "base/econfig.h"
 #include "net/ehttpconnection.h"
 #include "net/ehttpdownloadxml.h"
 #include "net/xmltree.h"
 
-#include <clocale>
 #include <cstdlib>
 #include <cstring>
-#include <libintl.h>
 #include <memory>
 
 namespace {
@@ -62,11 +61,14 @@ void Ctarnwave::parseXML()
 
     XMLTreeNode *root = xmlParser ? xmlParser->RootNode() : nullptr;
     if (!root) {
-        lb_status->setText(dcgettext(nullptr, "Error: Configfile parse error", LC_MESSAGES));
+        lb_status->setText(translated("Error: Configfile parse error"));
         return;
     }
 
     eListBox<my_ListBox> *target = lists[currentList];
+    // The rows are about to go: selectedEntry must not outlive its row.
+    if (selectedEntry && target->indexOf(selectedEntry) >= 0)
+        selectedEntry = nullptr;
     target->beginAtomic();
     target->clearList();
 

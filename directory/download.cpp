@@ -3,6 +3,7 @@
 // status line of a transfer that failed.
 
 #include "plugin/ctarnwave.h"
+#include "plugin/translation.h"
 
 #include "directory/directory_url.h"
 #include "directory/ehttpdownloadstring.h"
@@ -15,15 +16,12 @@
 #include "net/xmltree.h"
 #include "system/putils.h"
 
-#include <clocale>
-#include <libintl.h>
-
 namespace {
 
 // What the status line says while a transfer runs.
 eString downloadNotice()
 {
-    return eString("Download...  ") + dcgettext(nullptr, "One moment please...", LC_MESSAGES);
+    return eString("Download...  ") + translated("One moment please...");
 }
 
 } // namespace
@@ -106,14 +104,14 @@ void Ctarnwave::setError(int error)
 {
     eString text;
     if (error == -2)
-        text = dcgettext(nullptr, "Can't resolve hostname!", LC_MESSAGES);
+        text = translated("Can't resolve hostname!");
     else if (error == -3)
-        text = dcgettext(nullptr, "Can't connect! (check network settings)", LC_MESSAGES);
+        text = translated("Can't connect! (check network settings)");
     else if (error == 0) {
         // A reply came, but not the one asked for.
         if (connection && connection->code != 200)
             text.sprintf("error: server replied %d %s", connection->code, connection->code_descr.c_str());
     } else
-        text.sprintf(dcgettext(nullptr, "unknown error %d", LC_MESSAGES), error);
+        text.sprintf(translated("unknown error %d"), error);
     lb_status->setText(text);
 }

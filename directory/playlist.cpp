@@ -2,28 +2,16 @@
 // playback through the host's media service.
 
 #include "plugin/ctarnwave.h"
+#include "plugin/translation.h"
 
 #include "base/elog.h"
 #include "media/eservice.h"
 #include "net/ehttpconnection.h"
 
-#include <clocale>
-#include <libintl.h>
-
 namespace {
 
 // The service type of a stream played from its URL.
 constexpr int streamServiceType = 4096;
-
-// True while `row` is still a row of one of the window's lists: a list that
-// was loaded again while the playlist was on its way has deleted its rows.
-bool isListed(const Ctarnwave &window, const my_ListBox *row)
-{
-    for (const eListBox<my_ListBox> *list : window.lists)
-        if (list && list->indexOf(row) >= 0)
-            return true;
-    return false;
-}
 
 } // namespace
 
@@ -43,7 +31,9 @@ void Ctarnwave::str_TransferDone(int error)
             if (line.find("File") != eString::npos) {
                 const eString::size_type equals = line.find('=');
                 const eString address = equals == eString::npos ? line : eString(line.substr(equals + 1));
-                if (selectedEntry && isListed(*this, selectedEntry)) {
+                // A row deleted while the playlist was on its way has taken
+                // selectedEntry with it: then nothing is played.
+                if (selectedEntry) {
                     selectedEntry->entry->url = address;
                     play(selectedEntry);
                 }
@@ -80,9 +70,9 @@ void Ctarnwave::play(my_ListBox *row)
 
     eString info;
     if (!entry.bitrate.empty())
-        info += eString(dcgettext(nullptr, "bitrate", LC_MESSAGES)) + ": " + entry.bitrate + "\t";
+        info += eString(translated("bitrate")) + ": " + entry.bitrate + "\t";
     if (!entry.genre.empty())
-        info += eString(dcgettext(nullptr, "genre", LC_MESSAGES)) + ": " + entry.genre;
+        info += eString(translated("genre")) + ": " + entry.genre;
     if (info.empty())
         info = "URL: " + entry.url;
     lb_title->setText(info);

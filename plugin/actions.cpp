@@ -1,13 +1,17 @@
 // The main window's answer to the remote control: the colour keys switch
-// lists and the sort order, exit leaves, any key brings the compact bar back
-// to the full window; and OK on a row opens a genre or plays a station.
+// lists and the sort order, the recorder key signals the recorder, exit
+// leaves, any key brings the compact bar back to the full window; and OK on a
+// row opens a genre or plays a station.
 
 #include "plugin/ctarnwave.h"
 
 #include "directory/directory_url.h"
 
 #include "base/econfig.h"
+#include "base/elog.h"
 #include "gui/eaction.h"
+
+#include <cstdlib>
 
 int Ctarnwave::eventHandler(const eWidgetEvent &event)
 {
@@ -50,9 +54,13 @@ int Ctarnwave::eventHandler(const eWidgetEvent &event)
     } else if (action == &i_shortcutActions->yellow) {
         currentList = 1;
         showChosenList();
+    } else if (action == &i_epgSelectorActions->record) {
+        // The signal goes to every running recorder; killall returns at once.
+        if (const int status = std::system("killall -SIGUSR1 streamripper"); status != 0)
+            eDebug("[TWV] no recorder to signal (status %d)", status);
     } else {
-        // The recorder signal and the menu come with the settings menu, the
-        // digits with the number input; until then they go to the window.
+        // The menu comes with the settings menu, the digits with the number
+        // input; until then they go to the window.
         return eWindow::eventHandler(event);
     }
     return 1;

@@ -3,6 +3,7 @@
 // the timer, playback, the TV decoder and a transfer still running.
 
 #include "plugin/ctarnwave.h"
+#include "plugin/translation.h"
 
 #include "gui/eaction.h"
 #include "gui/ebutton.h"
@@ -14,14 +15,7 @@
 
 #include "base/elog.h"
 
-#include <libintl.h>
-
 namespace {
-
-const char *translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
 
 // One colour-key caption: the skin's element `name` when the skin built it;
 // otherwise a centred label in `colour` made here at `position`, 140 wide and

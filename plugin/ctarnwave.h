@@ -7,8 +7,11 @@
 //
 // The member functions live beside the subsystem they belong to:
 //   plugin/      construction, teardown, the views and the remote-control keys
-//   directory/   requests, the directory's XML, playlists, playback and status
+//   directory/   requests, the directory's XML, playlists, playback, the TV
+//                decoder and the status tick
 //   favourites/  the favourites file
+// The background-mode window is Ctarnwavehide (plugin/ctarnwavehide.h); the
+// recorder control is in record/.
 
 #include "gui/elabel.h"
 #include "gui/elistbox.h"
@@ -40,7 +43,7 @@ public:
     int idleTicks;             // status ticks since the last remote-control action
     eString lastRequest;       // the text of the last search or opened genre (list 3)
     eServiceHandler *stream;   // the handler playing the station; borrowed; null when nothing plays
-    my_ListBox *selectedEntry; // the station row last chosen with OK
+    my_ListBox *selectedEntry; // the station row last chosen with OK; null once that row is deleted
     eListBox<my_ListBox> *lists[4];
     eLabel *bt_red, *bt_green, *bt_yellow, *bt_blue;
     eLabel *statusBar;

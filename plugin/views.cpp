@@ -3,20 +3,10 @@
 // order named on the red key.
 
 #include "plugin/ctarnwave.h"
+#include "plugin/translation.h"
 
 #include "gui/eskin.h"
 #include "system/plabel.h"
-
-#include <libintl.h>
-
-namespace {
-
-const char *translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
-
-} // namespace
 
 void Ctarnwave::switch_window(bool initial)
 {
@@ -127,7 +117,7 @@ void Ctarnwave::set_Window_Title()
     }
     // Two blanks before the count, whose own text starts with a third.
     eString entries;
-    entries.sprintf(dcgettext(nullptr, " (%d entries)", LC_MESSAGES), lists[currentList]->getCount());
+    entries.sprintf(translated(" (%d entries)"), lists[currentList]->getCount());
     title += "  " + entries;
     setText(title);
 

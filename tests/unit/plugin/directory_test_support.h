@@ -78,7 +78,8 @@ inline bool logHas(std::uint64_t sequence, const std::string &text)
 }
 
 // Stands in for the host's player of URL streams (type 4096) while it lives:
-// records what it is asked to do, in order.
+// records what it is asked to do, in order, and answers the status and text
+// queries with what a test set.
 class StreamPlayerDouble : public eServiceHandler
 {
 public:
@@ -106,8 +107,17 @@ public:
         playing = ref.path;
         return 0;
     }
-    int getState() override { return playing.empty() ? stateStopped : stateRunning; }
-    eString getInfo(int) override { return ""; }
+    int getState() override
+    {
+        ++stateQueries;
+        return playing.empty() ? stateStopped : runningState;
+    }
+    eString getInfo(int selector) override
+    {
+        if (selector == infoStateText)
+            return stateText;
+        return selector == infoTitle ? title : eString();
+    }
     int stop(int) override
     {
         calls.push_back("stop");
@@ -118,6 +128,10 @@ public:
     std::vector<std::string> calls;
     std::vector<eServiceReference> references;
     std::string playing; // the address playing now, empty when stopped
+    int runningState = stateRunning; // what getState answers while something plays
+    eString stateText; // getInfo(0)
+    eString title; // getInfo(1)
+    int stateQueries = 0;
 };
 
 } // namespace directorytest

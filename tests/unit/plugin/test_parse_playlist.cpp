@@ -239,14 +239,27 @@ TEST_F(ParsePlaylist, WithoutAPlayerTheOldStreamIsStoppedAndNothingIsSaid)
     EXPECT_EQ(window.lb_title->getText(), "URL: http://one/");
 }
 
-TEST_F(ParsePlaylist, RowOfAListLoadedAgainMeanwhileIsNotTouched)
+TEST_F(ParsePlaylist, RowOfAListLoadedAgainMeanwhileIsForgottenAndNothingPlays)
 {
     chooseStation();
     // The top list is loaded again while the playlist is on its way.
-    window.lists[2]->clearList();
+    directorytest::parseInto(window, 2,
+                             "<stationlist><station name=\"Other\" mt=\"audio/mpeg\" br=\"128\"/></stationlist>");
+    EXPECT_EQ(window.selectedEntry, nullptr);
     finishTransfer("File1=http://late/\n");
     EXPECT_TRUE(player.calls.empty());
     EXPECT_EQ(window.playlistText, "");
+    EXPECT_EQ(directorytest::entryOf(window, 2, 0).url, "") << "the new row of the same place is not given the address";
+}
+
+TEST_F(ParsePlaylist, ReloadingAnotherListKeepsTheChosenStation)
+{
+    auto entry = chooseStation();
+    directorytest::parseInto(window, 1, "<genrelist><genre name=\"Jazz\"/></genrelist>");
+    EXPECT_EQ(window.selectedEntry, window.lists[2]->getEntry(0));
+    finishTransfer("File1=http://still/\n");
+    EXPECT_EQ(entry->url, "http://still/");
+    EXPECT_EQ(player.playing, "http://still/");
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // What the TV decoder does behind the radio (the TV picture without its sound,
-// or the still radio picture), ending playback, and the status tick.
+// or the still radio picture), and ending playback.
 
 #include "plugin/ctarnwave.h"
 
@@ -52,12 +52,4 @@ void Ctarnwave::Stop(bool restore)
         set_Decoder(savedDecoderParms[0], savedDecoderParms[1], savedDecoderParms[2]);
     else
         set_Background();
-}
-
-void Ctarnwave::Sstatus()
-{
-    // For now the tick only plans the next one; the playback state, the
-    // recorder's mark and messages and the automatic hiding come with the
-    // status monitor. There is one pending tick at a time.
-    statusTimer->start(1000, true);
 }
