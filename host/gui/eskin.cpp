@@ -121,6 +121,14 @@ gPixmap *eSkin::queryImage(const eString &name) const
     return nullptr;
 }
 
+eString eSkin::imageName(const gPixmap *image) const
+{
+    for (const auto &[name, pixmap] : m_images)
+        if (image && pixmap.get() == image)
+            return name;
+    return {};
+}
+
 const eDecoration &eSkin::queryDeco(const eString &name) const
 {
     static const eDecoration none;

@@ -82,6 +82,9 @@ public:
     gFont queryFont(const eString &name) const;
     int queryValue(const eString &name, int defaultValue) const;
     gPixmap *queryImage(const eString &name) const;
+    // The name under which `image` is one of this skin's images; empty when
+    // it is not (a pixmap made in code, or null).
+    eString imageName(const gPixmap *image) const;
     const eDecoration &queryDeco(const eString &name) const;
 
     bool hasColor(const eString &name) const;

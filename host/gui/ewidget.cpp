@@ -493,6 +493,11 @@ void eWidget::describe(JsonWriter &json) const
     json.key("visible").value(isVisible());
     json.key("focused").value(isVisible() && hasFocus() && getTLW()->m_screen
                               && getTLW()->m_screen->activeWindow() == getTLW());
+    if (m_pixmap) {
+        // Which skin image it shows, so that a test can tell icons apart.
+        const eSkin *skin = eSkin::getActive();
+        json.key("image").value(skin ? skin->imageName(m_pixmap) : eString());
+    }
     describeContents(json);
     json.key("children").beginArray();
     for (const eWidget *child : m_children)

@@ -176,7 +176,9 @@ public:
     // --- description for tests and the control API
     virtual const char *typeName() const { return "eWidget"; }
     // Writes this widget as a JSON object: type, name, text, geometry, visible,
-    // focused, and (by subclasses) what else they show; then its children.
+    // focused, "image" (the active skin's name of its pixmap, "" for one made
+    // in code) when it has a pixmap, and (by subclasses) what else they show;
+    // then its visible children.
     void describe(JsonWriter &json) const;
 
     // --- top-level widgets: the screen they are shown on

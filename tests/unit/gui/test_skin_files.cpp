@@ -6,6 +6,7 @@
 #include "gui/eskin.h"
 #include "gui/ewidget.h"
 #include "gui/gpixmap.h"
+#include "gui/json_writer.h"
 #include "support/log_lines.h"
 #include "support/temp_dir.h"
 
@@ -204,6 +205,33 @@ TEST(SkinFiles, TheTestSkinIsOtherwiseUsableAndLooksDifferent)
     ASSERT_EQ(standard.load(defaultSkinFile.c_str()), 0);
     EXPECT_NE(skin.queryColor("std_dred"), standard.queryColor("std_dred"));
     EXPECT_NE(skin.queryValue("eWindow.titleHeight", 0), standard.queryValue("eWindow.titleHeight", 0));
+}
+
+TEST(SkinFiles, AWidgetsDescriptionNamesTheSkinImageItShows)
+{
+    eSkin skin;
+    ASSERT_EQ(skin.load(defaultSkinFile.c_str()), 0);
+    EXPECT_EQ(skin.imageName(skin.queryImage("extra.play")), "extra.play");
+    EXPECT_EQ(skin.imageName(nullptr), "");
+
+    skin.setActive();
+    eWidget window;
+    eLabel play(&window);
+    play.setPixmap(skin.queryImage("extra.play"));
+    gPixmap madeInCode(eSize(4, 4));
+    eLabel drawn(&window);
+    drawn.setPixmap(&madeInCode);
+    eLabel text(&window);
+    text.setText("words");
+    window.show();
+    JsonWriter json;
+    window.describe(json);
+    const std::string description = json.str();
+    EXPECT_NE(description.find("\"image\":\"extra.play\""), std::string::npos) << description;
+    EXPECT_NE(description.find("\"image\":\"\""), std::string::npos) << "a pixmap made in code" << description;
+    const auto textObject = description.find("\"text\":\"words\"");
+    EXPECT_EQ(description.find("\"image\"", textObject), std::string::npos) << "a label without pixmap has no image";
+    window.hide();
 }
 
 TEST(SkinFiles, ALaterFileAddsToTheSkinAndOverridesWhatItNamesAgain)
