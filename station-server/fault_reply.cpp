@@ -28,12 +28,65 @@ std::optional<std::size_t> statedLength(const Reply &real)
     return real.body.size();
 }
 
-void waitForClientToLeave(Connection &connection)
+// Waits until the client closes, the server stops or `limit` (if any) passes.
+void waitForClientToLeave(Connection &connection, std::optional<std::chrono::milliseconds> limit = std::nullopt)
 {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = limit ? Clock::now() + *limit : Clock::time_point::max();
     while (!connection.stopFlag().waitFor(closeCheckInterval)) {
-        if (connection.clientHasClosed())
+        if (connection.clientHasClosed() || Clock::now() >= deadline)
             return;
     }
+}
+
+void sendTruncated(Connection &connection, const Reply &real)
+{
+    connection.takeOver(real.status);
+    if (real.live) {
+        connection.sendAll(replyHead(real, std::nullopt)
+                           + real.body.substr(0, std::min(real.body.size(), truncatedLiveBytes)));
+        return;
+    }
+    // At least one promised byte is missing, even from an empty body.
+    const std::size_t promised = std::max<std::size_t>(real.body.size(), 1);
+    connection.sendAll(replyHead(real, promised) + real.body.substr(0, real.body.size() / 2));
+}
+
+void sendTrickling(Connection &connection, const Reply &real)
+{
+    connection.takeOver(real.status);
+    if (!connection.sendAll(replyHead(real, statedLength(real))))
+        return;
+    for (const char byte : real.body) {
+        if (connection.stopFlag().waitFor(trickleInterval) || !connection.sendAll(std::string_view(&byte, 1)))
+            return;
+    }
+}
+
+void sendWhole(Connection &connection, const Reply &real, const std::string &head)
+{
+    connection.takeOver(real.status);
+    connection.sendAll(head + real.body);
+}
+
+// The real headers and the first half of the body at once, as a transfer
+// that breaks after `playFor`.
+void sendThenDrop(Connection &connection, const Reply &real, std::chrono::milliseconds playFor)
+{
+    connection.takeOver(real.status);
+    const std::size_t sent = real.live ? real.body.size() : real.body.size() / 2;
+    if (connection.sendAll(replyHead(real, statedLength(real)) + real.body.substr(0, sent)))
+        waitForClientToLeave(connection, playFor);
+}
+
+Reply redirectReply(std::string_view location)
+{
+    Reply reply;
+    reply.status = 302;
+    reply.contentType = "text/plain; charset=utf-8";
+    reply.headers.emplace_back("Location", std::string(location));
+    reply.body = "302 Found: " + std::string(location) + "\n";
+    return reply;
 }
 
 } // namespace
@@ -47,9 +100,14 @@ std::string garbledXml(const Reply &real)
     return garbled;
 }
 
-void sendFaultyReply(Connection &connection, FaultKind kind, const Reply &real)
+bool playsStream(FaultKind kind)
 {
-    switch (kind) {
+    return kind == FaultKind::drop || kind == FaultKind::icyStatus || kind == FaultKind::latin1Titles;
+}
+
+void sendFaultyReply(Connection &connection, const Fault &fault, const Reply &real, std::string_view requestUrl)
+{
+    switch (fault.kind) {
     case FaultKind::status503: return sendStatusOnly(connection, 503);
     case FaultKind::status404: return sendStatusOnly(connection, 404);
     case FaultKind::close: connection.takeOver(0); return;
@@ -69,33 +127,20 @@ void sendFaultyReply(Connection &connection, FaultKind kind, const Reply &real)
         connection.sendAll(replyHead(broken, broken.body.size()) + broken.body);
         return;
     }
-    case FaultKind::truncated: {
-        connection.takeOver(real.status);
-        if (real.live) {
-            connection.sendAll(replyHead(real, std::nullopt)
-                               + real.body.substr(0, std::min(real.body.size(), truncatedLiveBytes)));
-            return;
-        }
-        // At least one promised byte is missing, even from an empty body.
-        const std::size_t promised = std::max<std::size_t>(real.body.size(), 1);
-        connection.sendAll(replyHead(real, promised) + real.body.substr(0, real.body.size() / 2));
-        return;
-    }
+    case FaultKind::truncated: return sendTruncated(connection, real);
     case FaultKind::stall:
         connection.takeOver(real.status);
         if (connection.sendAll(replyHead(real, statedLength(real))))
             waitForClientToLeave(connection);
         return;
-    case FaultKind::trickle: {
-        connection.takeOver(real.status);
-        if (!connection.sendAll(replyHead(real, statedLength(real))))
-            return;
-        for (const char byte : real.body) {
-            if (connection.stopFlag().waitFor(trickleInterval) || !connection.sendAll(std::string_view(&byte, 1)))
-                return;
-        }
-        return;
+    case FaultKind::drop: return sendThenDrop(connection, real, fault.dropAfter);
+    case FaultKind::icyStatus: return sendWhole(connection, real, icyReplyHead(real, statedLength(real)));
+    case FaultKind::latin1Titles: return sendWhole(connection, real, replyHead(real, statedLength(real)));
+    case FaultKind::redirect: {
+        const Reply redirect = redirectReply(requestUrl);
+        return sendWhole(connection, redirect, replyHead(redirect, redirect.body.size()));
     }
+    case FaultKind::trickle: return sendTrickling(connection, real);
     }
 }
 

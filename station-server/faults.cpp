@@ -1,12 +1,14 @@
 #include "faults.h"
 
+#include "parse_number.h"
+
 #include <array>
 #include <utility>
 
 namespace station {
 namespace {
 
-constexpr std::array<std::pair<FaultKind, std::string_view>, 8> kindNames = {{
+constexpr std::array<std::pair<FaultKind, std::string_view>, 12> kindNames = {{
     {FaultKind::status503, "status503"},
     {FaultKind::status404, "status404"},
     {FaultKind::malformedXml, "malformed-xml"},
@@ -15,7 +17,24 @@ constexpr std::array<std::pair<FaultKind, std::string_view>, 8> kindNames = {{
     {FaultKind::trickle, "trickle"},
     {FaultKind::close, "close"},
     {FaultKind::empty200, "empty200"},
+    {FaultKind::drop, "drop"},
+    {FaultKind::icyStatus, "icy-status"},
+    {FaultKind::latin1Titles, "latin1-titles"},
+    {FaultKind::redirect, "redirect"},
 }};
+
+// "3", "2.5", "0.125": the shortest decimal form of whole milliseconds.
+std::string secondsText(std::chrono::milliseconds duration)
+{
+    std::string text = std::to_string(duration.count() / 1000);
+    const long long fraction = duration.count() % 1000;
+    if (fraction == 0)
+        return text;
+    std::string digits = std::to_string(1000 + fraction).substr(1);
+    while (digits.ends_with('0'))
+        digits.pop_back();
+    return text + "." + digits;
+}
 
 } // namespace
 
@@ -48,6 +67,35 @@ std::string faultKindNames()
     return names;
 }
 
+std::optional<std::chrono::milliseconds> parseDropSeconds(std::string_view text)
+{
+    return parseSeconds(text, 0.0, longestDropSeconds);
+}
+
+std::optional<Fault> parseFault(std::string_view text)
+{
+    const std::size_t colon = text.find(':');
+    const auto kind = parseFaultKind(text.substr(0, colon));
+    if (!kind)
+        return std::nullopt;
+    Fault fault{*kind};
+    if (colon == std::string_view::npos)
+        return fault;
+    const auto dropAfter = parseDropSeconds(text.substr(colon + 1));
+    if (*kind != FaultKind::drop || !dropAfter)
+        return std::nullopt;
+    fault.dropAfter = *dropAfter;
+    return fault;
+}
+
+std::string describeFault(const Fault &fault)
+{
+    std::string text(faultKindName(fault.kind));
+    if (fault.kind == FaultKind::drop)
+        text += ":" + secondsText(fault.dropAfter);
+    return text;
+}
+
 bool FaultRule::matches(std::string_view requestPath) const
 {
     if (path.ends_with('*'))
@@ -60,10 +108,10 @@ std::optional<FaultRule> parseFaultRule(std::string_view text)
     const std::size_t equals = text.rfind('=');
     if (equals == std::string_view::npos || equals == 0 || !text.starts_with('/'))
         return std::nullopt;
-    const auto kind = parseFaultKind(text.substr(equals + 1));
-    if (!kind)
+    const auto fault = parseFault(text.substr(equals + 1));
+    if (!fault)
         return std::nullopt;
-    return FaultRule{std::string(text.substr(0, equals)), *kind, std::nullopt};
+    return FaultRule{std::string(text.substr(0, equals)), *fault, std::nullopt};
 }
 
 void FaultTable::add(FaultRule rule)
@@ -78,16 +126,16 @@ void FaultTable::clear()
     rules_.clear();
 }
 
-std::optional<FaultKind> FaultTable::take(std::string_view path)
+std::optional<Fault> FaultTable::take(std::string_view path)
 {
     std::lock_guard lock(mutex_);
     for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
         if (!rule->matches(path))
             continue;
-        const FaultKind kind = rule->kind;
+        const Fault fault = rule->fault;
         if (rule->remaining && --*rule->remaining <= 0)
             rules_.erase(std::next(rule).base());
-        return kind;
+        return fault;
     }
     return std::nullopt;
 }
@@ -99,7 +147,7 @@ std::string FaultTable::describe() const
     for (const FaultRule &rule : rules_) {
         lines += rule.path;
         lines += '=';
-        lines += faultKindName(rule.kind);
+        lines += describeFault(rule.fault);
         if (rule.remaining)
             lines += " (" + std::to_string(*rule.remaining) + " more)";
         lines += '\n';

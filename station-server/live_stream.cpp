@@ -1,5 +1,7 @@
 #include "live_stream.h"
 
+#include "text_encoding.h"
+
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -78,22 +80,31 @@ Reply liveStreamReply(const Station &station, const Mp3Loop &loop, bool withMeta
 }
 
 void serveLiveStream(Connection &connection, const Station &station, const Mp3Loop &loop, const TitleSchedule &titles,
-                     bool withMetadata, bool headOnly, const LiveStreamSettings &settings)
+                     const StreamManner &manner, const LiveStreamSettings &settings)
 {
     connection.takeOver(200);
-    Reply head = liveStreamReply(station, loop, withMetadata, settings);
-    if (!connection.sendAll(replyHead(head, std::nullopt)) || headOnly)
+    const Reply head = liveStreamReply(station, loop, manner.withMetadata, settings);
+    const std::string headText =
+        manner.icyStatusLine ? icyReplyHead(head, std::nullopt) : replyHead(head, std::nullopt);
+    if (!connection.sendAll(headText) || manner.headOnly)
         return;
 
     const auto bytesPerSecond = static_cast<std::size_t>(loop.format.bytesPerSecond());
     const auto burstBytes = bytesPerSecond * static_cast<std::size_t>(settings.burst.count()) / 1000;
-    StreamCursor cursor(loop, withMetadata ? settings.metadataInterval : 0);
-    const auto titleNow = [&] { return titles.titleAt(station, Clock::now()); };
+    StreamCursor cursor(loop, manner.withMetadata ? settings.metadataInterval : 0);
+    const auto titleNow = [&] {
+        std::string title = titles.titleAt(station, Clock::now());
+        return manner.latin1Titles ? latin1FromUtf8(title) : title;
+    };
     const Clock::time_point start = Clock::now();
+    const Clock::time_point closeAt = manner.closeAfter ? start + *manner.closeAfter : Clock::time_point::max();
     std::size_t audioSent = 0;
     std::string chunk;
     for (;;) {
-        const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+        const Clock::time_point now = Clock::now();
+        if (now >= closeAt)
+            return;
+        const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(now - start);
         const std::size_t due = burstBytes + static_cast<std::size_t>(elapsed.count()) * bytesPerSecond / 1'000'000;
         if (due > audioSent) {
             const std::size_t audio = std::min(due - audioSent, largestChunk);

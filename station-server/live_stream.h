@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 
 namespace station {
 
@@ -24,6 +25,18 @@ struct LiveStreamSettings
     std::chrono::milliseconds tick{50};
 };
 
+// How one stream is served: what the client asked for, and what a fault that
+// still lets it play changes.
+struct StreamManner
+{
+    bool withMetadata = false; // the client sent "Icy-MetaData: 1"
+    bool headOnly = false; // a HEAD request: the headers alone
+    bool icyStatusLine = false; // "ICY 200 OK" and the icy-* headers, as old servers answer
+    bool latin1Titles = false; // StreamTitle in ISO-8859-1 instead of UTF-8
+    // The station breaks: the connection closes this long after the headers.
+    std::optional<std::chrono::milliseconds> closeAfter;
+};
+
 // The status and headers of a station's stream ("icy-name", "icy-genre",
 // "icy-br", and "icy-metaint" when `withMetadata`), with the first 64 KB of
 // audio as the body (what a fault may send of it).
@@ -32,11 +45,11 @@ Reply liveStreamReply(const Station &station, const Mp3Loop &loop, bool withMeta
 
 // Sends the station's endless stream on the connection, which it takes over:
 // the loop over and over, paced in real time at its bitrate, with a metadata
-// block every metadataInterval bytes when `withMetadata`, announcing the
-// title the schedule gives. Returns when the client leaves or is too slow, or
-// the server stops. `headOnly` sends the headers alone (a HEAD request).
+// block every metadataInterval bytes when the client asked for them,
+// announcing the title the schedule gives. Returns when the client leaves or
+// is too slow, the server stops, or the manner's closeAfter has passed.
 void serveLiveStream(Connection &connection, const Station &station, const Mp3Loop &loop, const TitleSchedule &titles,
-                     bool withMetadata, bool headOnly, const LiveStreamSettings &settings);
+                     const StreamManner &manner, const LiveStreamSettings &settings);
 
 } // namespace station
 

@@ -131,7 +131,8 @@ int main(int argc, char **argv)
     }
 
     station::StopFlag stop;
-    const station::TitleSchedule titles(*catalogue, options.titleInterval, station::TitleSchedule::Clock::now());
+    const station::TitleSchedule titles(options.titles.empty() ? catalogue->titles() : options.titles,
+                                        options.titleInterval, station::TitleSchedule::Clock::now());
     station::LoopCache loops(cachedLoops);
     station::FaultTable faults;
     for (const station::FaultRule &rule : options.faults)

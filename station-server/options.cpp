@@ -1,8 +1,8 @@
 #include "options.h"
 
 #include "parse_number.h"
+#include "text_encoding.h"
 
-#include <cmath>
 #include <optional>
 
 namespace station {
@@ -10,11 +10,11 @@ namespace {
 
 std::chrono::milliseconds seconds(const std::string &option, const std::string &text, double least)
 {
-    const auto value = parseNumber<double>(text);
-    if (!value || !std::isfinite(*value) || *value < least || *value > 86400.0)
+    const auto value = parseSeconds(text, least, 86400.0);
+    if (!value)
         throw UsageError(option + " needs a number of seconds, at least " + std::to_string(least) + ", not \"" + text
                          + "\"");
-    return std::chrono::milliseconds(std::llround(*value * 1000.0));
+    return *value;
 }
 
 std::size_t count(const std::string &option, const std::string &text, std::size_t least, std::size_t most)
@@ -77,9 +77,15 @@ ServerOptions parseOptions(const std::vector<std::string> &arguments, std::files
             const std::string text = value();
             const auto rule = parseFaultRule(text);
             if (!rule)
-                throw UsageError("--fault needs PATH=KIND with a path starting with / and one of the kinds "
+                throw UsageError("--fault needs PATH=KIND or PATH=drop:SECONDS (0 to 3600) with a path starting with "
+                                 "/ and one of the kinds "
                                  + faultKindNames() + ", not \"" + text + "\"");
             options.faults.push_back(*rule);
+        } else if (option == "--title") {
+            std::string title = value();
+            if (!isUtf8(title))
+                throw UsageError("--title needs UTF-8 text");
+            options.titles.push_back(std::move(title));
         } else if (option == "--title-interval") {
             options.titleInterval = seconds(option, value(), 0.05);
         } else if (option == "--burst") {
@@ -111,7 +117,11 @@ std::string usageText()
            "  --catalogue FILE        the stations to serve (default: data/catalogue/stations.xml\n"
            "                          of the source tree; its format is described at its top)\n"
            "  --fault PATH=KIND       spoil every request for PATH (exact, or a prefix ending\n"
-           "                          in *, such as /stream/*); may be given more than once\n"
+           "                          in *, such as /stream/*); may be given more than once.\n"
+           "                          PATH=drop:SECS sets how long a dropped reply plays\n"
+           "  --title TEXT            every station announces TEXT (UTF-8) instead of the\n"
+           "                          catalogue's titles, in its stream and as the directory's\n"
+           "                          ct; given more than once, they take turns\n"
            "  --title-interval SECS   how often every station's title changes (default 20)\n"
            "  --burst SECS            audio sent at once when a stream starts (default 2)\n"
            "  --metaint BYTES         audio bytes between ICY metadata blocks (default 8192)\n"
@@ -130,7 +140,8 @@ std::string usageText()
            "  GET /sbin/tunein-station.pls?id=N           the station's playlist (404: no such id)\n"
            "  GET /stream/N                               the station's live MP3 stream; with\n"
            "                          \"Icy-MetaData: 1\" it carries StreamTitle blocks\n"
-           "  POST /control/fault?path=PATH&kind=KIND[&times=N]  add a fault (for N requests)\n"
+           "  POST /control/fault?path=PATH&kind=KIND[&times=N][&seconds=S]\n"
+           "                          add a fault (for N requests; a drop after S seconds)\n"
            "  DELETE /control/faults                      remove every fault\n"
            "  GET /control/faults                         the faults in force\n"
            "  GET /control/ping                           \"pong\"\n"
@@ -144,6 +155,15 @@ std::string usageText()
            "  trickle        the real reply, one byte every 100 ms\n"
            "  close          the connection closes without a reply\n"
            "  empty200       200 with an empty body\n"
+           "  drop           a stream plays for S seconds (default 3, at most 3600), then the\n"
+           "                 connection closes; other replies: headers and half the body,\n"
+           "                 then the connection closes after S seconds\n"
+           "  icy-status     the status line is \"ICY 200 OK\" and the headers are only\n"
+           "                 Content-Type and icy-* (and Content-Length off streams), as\n"
+           "                 old stream servers answer; a stream plays as usual\n"
+           "  latin1-titles  a stream's StreamTitle in ISO-8859-1 instead of UTF-8 (other\n"
+           "                 characters become ?); other replies are left as they are\n"
+           "  redirect       302 Found, Location: the same address (Host header, path, query)\n"
            "\n"
            "Exit status: 0 after SIGINT or SIGTERM, 2 for a bad command line, an unusable\n"
            "catalogue or an address that cannot be listened on.\n";

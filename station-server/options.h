@@ -18,6 +18,8 @@ struct ServerOptions
     int port = 8150; // 0: any free port
     std::filesystem::path catalogue;
     std::vector<FaultRule> faults;
+    // The titles every station announces in place of the catalogue's (--title).
+    std::vector<std::string> titles;
     std::chrono::milliseconds titleInterval{20000};
     std::chrono::milliseconds burst{2000};
     std::size_t metadataInterval = 8192;

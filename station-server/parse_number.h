@@ -2,6 +2,8 @@
 #define TARNWAVE_STATION_SERVER_PARSE_NUMBER_H
 
 #include <charconv>
+#include <chrono>
+#include <cmath>
 #include <optional>
 #include <string_view>
 
@@ -18,6 +20,16 @@ std::optional<Number> parseNumber(std::string_view text)
     if (text.empty() || error != std::errc() || stop != end)
         return std::nullopt;
     return value;
+}
+
+// A number of seconds from `least` to `most`, decimals allowed ("2.5"), to
+// the millisecond; nullopt for anything else ("inf", "nan", out of range).
+inline std::optional<std::chrono::milliseconds> parseSeconds(std::string_view text, double least, double most)
+{
+    const auto value = parseNumber<double>(text);
+    if (!value || !std::isfinite(*value) || *value < least || *value > most)
+        return std::nullopt;
+    return std::chrono::milliseconds(std::llround(*value * 1000.0));
 }
 
 } // namespace station

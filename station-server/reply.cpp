@@ -14,12 +14,18 @@ void appendHeader(std::string &head, std::string_view name, std::string_view val
     head += "\r\n";
 }
 
+std::string statusLine(std::string_view protocol, int status)
+{
+    return std::string(protocol) + " " + std::to_string(status) + " " + std::string(reasonPhrase(status)) + "\r\n";
+}
+
 } // namespace
 
 std::string_view reasonPhrase(int status)
 {
     switch (status) {
     case 200: return "OK";
+    case 302: return "Found";
     case 400: return "Bad Request";
     case 404: return "Not Found";
     case 503: return "Service Unavailable";
@@ -31,11 +37,7 @@ std::string replyHead(const Reply &reply, std::optional<std::size_t> contentLeng
 {
     // Live streams answer as the stream servers of the directory do, in
     // HTTP/1.0 and without a length.
-    std::string head = reply.live ? "HTTP/1.0 " : "HTTP/1.1 ";
-    head += std::to_string(reply.status);
-    head += ' ';
-    head += reasonPhrase(reply.status);
-    head += "\r\n";
+    std::string head = statusLine(reply.live ? "HTTP/1.0" : "HTTP/1.1", reply.status);
     appendHeader(head, "Server", "station-server");
     if (!reply.contentType.empty())
         appendHeader(head, "Content-Type", reply.contentType);
@@ -44,6 +46,21 @@ std::string replyHead(const Reply &reply, std::optional<std::size_t> contentLeng
     if (contentLength)
         appendHeader(head, "Content-Length", std::to_string(*contentLength));
     appendHeader(head, "Connection", "close");
+    head += "\r\n";
+    return head;
+}
+
+std::string icyReplyHead(const Reply &reply, std::optional<std::size_t> contentLength)
+{
+    std::string head = statusLine("ICY", reply.status);
+    if (!reply.contentType.empty())
+        appendHeader(head, "Content-Type", reply.contentType);
+    for (const auto &[name, value] : reply.headers) {
+        if (name.starts_with("icy-"))
+            appendHeader(head, name, value);
+    }
+    if (contentLength)
+        appendHeader(head, "Content-Length", std::to_string(*contentLength));
     head += "\r\n";
     return head;
 }

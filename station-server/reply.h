@@ -28,6 +28,10 @@ std::string_view reasonPhrase(int status);
 // states `contentLength`; every reply written this way closes the connection
 // after it. Header values lose any line breaks.
 std::string replyHead(const Reply &reply, std::optional<std::size_t> contentLength);
+// The same as old stream servers write it: the status line "ICY 200 OK"
+// (no HTTP version), then only Content-Type, the icy-* headers and, for a
+// finite reply, Content-Length.
+std::string icyReplyHead(const Reply &reply, std::optional<std::size_t> contentLength);
 
 } // namespace station
 

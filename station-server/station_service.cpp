@@ -55,6 +55,59 @@ std::string authorityOf(const httplib::Request &request)
     return host;
 }
 
+// The absolute address the request was for, as the client reached us.
+std::string requestUrl(const httplib::Request &request)
+{
+    return "http://" + authorityOf(request) + request.target;
+}
+
+StreamManner streamManner(const httplib::Request &request, const std::optional<Fault> &fault)
+{
+    StreamManner manner;
+    manner.withMetadata = request.get_header_value("Icy-MetaData") == "1";
+    manner.headOnly = request.method == "HEAD";
+    if (!fault)
+        return manner;
+    manner.icyStatusLine = fault->kind == FaultKind::icyStatus;
+    manner.latin1Titles = fault->kind == FaultKind::latin1Titles;
+    if (fault->kind == FaultKind::drop)
+        manner.closeAfter = fault->dropAfter;
+    return manner;
+}
+
+// The rule a control request describes, or why it cannot be added.
+struct FaultRequest
+{
+    std::optional<FaultRule> rule;
+    std::string refusal;
+};
+
+FaultRequest readFaultRequest(const httplib::Request &request)
+{
+    const std::string path = request.get_param_value("path");
+    const auto kind = parseFaultKind(request.get_param_value("kind"));
+    if (!path.starts_with('/') || !kind)
+        return {std::nullopt, "needs path=/... and kind= one of " + faultKindNames()};
+    FaultRule rule{path, Fault{*kind}, std::nullopt};
+    if (request.has_param("times")) {
+        rule.remaining = parseNumber<int>(request.get_param_value("times"));
+        if (!rule.remaining || *rule.remaining <= 0)
+            return {std::nullopt, "times= needs a positive number"};
+    }
+    if (request.has_param("seconds")) {
+        const std::string seconds = request.get_param_value("seconds");
+        const auto dropAfter = parseDropSeconds(seconds);
+        if (*kind != FaultKind::drop)
+            return {std::nullopt, "seconds= goes only with kind=drop"};
+        if (!dropAfter)
+            return {std::nullopt, "seconds= needs a number of seconds from 0 to "
+                                      + std::to_string(static_cast<int>(longestDropSeconds)) + ", not \"" + seconds
+                                      + "\""};
+        rule.fault.dropAfter = *dropAfter;
+    }
+    return {rule, {}};
+}
+
 } // namespace
 
 StationService::StationService(const Catalogue &catalogue, const TitleSchedule &titles, LoopCache &loops,
@@ -130,7 +183,7 @@ void StationService::answer(const httplib::Request &request, httplib::Response &
 {
     if (Connection *connection = Connection::current()) {
         if (const auto fault = faults_.take(request.path)) {
-            sendFaultyReply(*connection, *fault, reply);
+            sendFaultyReply(*connection, *fault, reply, requestUrl(request));
             return;
         }
     }
@@ -154,32 +207,23 @@ void StationService::serveStream(const httplib::Request &request, httplib::Respo
         return answer(request, response,
                       plainReply(503, std::string("503 Service Unavailable: ") + error.what() + "\n"));
     }
-    if (const auto fault = faults_.take(request.path))
-        return sendFaultyReply(*connection, *fault, liveStreamReply(*station, *loop, false, streams_));
-    const bool withMetadata = request.get_header_value("Icy-MetaData") == "1";
-    serveLiveStream(*connection, *station, *loop, titles_, withMetadata, request.method == "HEAD", streams_);
+    const auto fault = faults_.take(request.path);
+    if (fault && !playsStream(fault->kind)) {
+        return sendFaultyReply(*connection, *fault, liveStreamReply(*station, *loop, false, streams_),
+                               requestUrl(request));
+    }
+    serveLiveStream(*connection, *station, *loop, titles_, streamManner(request, fault), streams_);
 }
 
 void StationService::addFault(const httplib::Request &request, httplib::Response &response)
 {
-    const std::string path = request.get_param_value("path");
-    const std::string kindName = request.get_param_value("kind");
-    const auto kind = parseFaultKind(kindName);
-    if (!path.starts_with('/') || !kind) {
+    FaultRequest wanted = readFaultRequest(request);
+    if (!wanted.rule) {
         response.status = 400;
-        response.set_content("400 Bad Request: needs path=/... and kind= one of " + faultKindNames() + "\n", textType);
+        response.set_content("400 Bad Request: " + wanted.refusal + "\n", textType);
         return;
     }
-    std::optional<int> times;
-    if (request.has_param("times")) {
-        times = parseNumber<int>(request.get_param_value("times"));
-        if (!times || *times <= 0) {
-            response.status = 400;
-            response.set_content("400 Bad Request: times= needs a positive number\n", textType);
-            return;
-        }
-    }
-    faults_.add(FaultRule{path, *kind, times});
+    faults_.add(std::move(*wanted.rule));
     response.set_content("ok\n", textType);
 }
 

@@ -1,25 +1,25 @@
 #include "title_schedule.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace station {
 
-TitleSchedule::TitleSchedule(const Catalogue &catalogue, std::chrono::milliseconds interval, Clock::time_point start)
-    : catalogue_(catalogue), interval_(std::max(interval, std::chrono::milliseconds(1))), start_(start)
+TitleSchedule::TitleSchedule(std::vector<std::string> pool, std::chrono::milliseconds interval, Clock::time_point start)
+    : pool_(std::move(pool)), interval_(std::max(interval, std::chrono::milliseconds(1))), start_(start)
 {
 }
 
 std::string TitleSchedule::titleAt(const Station &station, Clock::time_point when) const
 {
-    const auto &titles = catalogue_.titles();
-    if (titles.empty())
+    if (pool_.empty())
         return station.name;
     const auto elapsed = std::max(when - start_, Clock::duration::zero());
     const auto slot = static_cast<std::size_t>(elapsed / interval_);
     // A station's starting point in the pool, spread by a multiplicative hash
     // of its id so that neighbouring ids do not play neighbouring titles.
     const std::size_t first = static_cast<std::size_t>(static_cast<unsigned>(station.id) * 2654435761u);
-    return titles[(first + slot) % titles.size()];
+    return pool_[(first + slot) % pool_.size()];
 }
 
 } // namespace station

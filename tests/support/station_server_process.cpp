@@ -183,7 +183,8 @@ std::string StationServerProcess::baseUrl() const
     return "http://" + host_ + ":" + std::to_string(port_);
 }
 
-void StationServerProcess::addFault(const std::string &path, const std::string &kind, int times)
+void StationServerProcess::addFault(const std::string &path, const std::string &kind, int times,
+                                    std::optional<std::chrono::milliseconds> dropAfter)
 {
     // The path goes into a query: a few characters need encoding.
     std::string encodedPath;
@@ -199,6 +200,11 @@ void StationServerProcess::addFault(const std::string &path, const std::string &
     std::string target = "/control/fault?path=" + encodedPath + "&kind=" + kind;
     if (times > 0)
         target += "&times=" + std::to_string(times);
+    if (dropAfter) {
+        char seconds[32];
+        std::snprintf(seconds, sizeof(seconds), "%.3f", static_cast<double>(dropAfter->count()) / 1000.0);
+        target += "&seconds=" + std::string(seconds);
+    }
     const int status = plainHttpRequest(port_, "POST", target);
     if (status != 200)
         throw std::runtime_error("station-server refused the fault " + path + "=" + kind + " (status "

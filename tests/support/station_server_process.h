@@ -4,6 +4,7 @@
 #include "support/temp_dir.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -30,8 +31,11 @@ public:
 
     // Spoils the requests for `path` (exact, or a prefix ending in "*") with
     // the fault `kind` (see station-server --help), for `times` requests or,
-    // with 0, until cleared. Throws when the server refuses.
-    void addFault(const std::string &path, const std::string &kind, int times = 0);
+    // with 0, until cleared. `dropAfter`: how long a "drop" plays before the
+    // connection closes (the server's default when not given). Throws when
+    // the server refuses.
+    void addFault(const std::string &path, const std::string &kind, int times = 0,
+                  std::optional<std::chrono::milliseconds> dropAfter = std::nullopt);
     void clearFaults();
 
     // Sends SIGTERM and waits for the exit: the exit status, 128 + the signal

@@ -105,6 +105,10 @@ TEST(StationServerLifecycle, BadArgumentsAreRefused)
     expectRefusal({"--listen", "nowhere"}, "HOST:PORT");
     expectRefusal({"--listen", "127.0.0.1:99999"}, "99999");
     expectRefusal({"--fault", "/sbin/newxml.phtml=explode"}, "explode");
+    expectRefusal({"--fault", "/stream/*=drop:abc"}, "drop:abc");
+    expectRefusal({"--fault", "/stream/*=drop:-1"}, "drop:-1");
+    expectRefusal({"--fault", "/stream/*=stall:5"}, "stall:5");
+    expectRefusal({"--title", "Caf\xE9"}, "--title");
     expectRefusal({"--title-interval", "-1"}, "--title-interval");
     expectRefusal({"--workers"}, "--workers");
 }
@@ -114,8 +118,9 @@ TEST(StationServerLifecycle, HelpNamesTheOptionsAndFaultKinds)
     const StationServerExit outcome = runStationServerToExit({"--help"});
     EXPECT_EQ(outcome.status, 0);
     for (const char *word :
-         {"--listen", "127.0.0.1:8150", "--catalogue", "--fault", "--title-interval", "--log", "status503", "status404",
-          "malformed-xml", "truncated", "stall", "trickle", "close", "empty200", "/control/fault"})
+         {"--listen",  "127.0.0.1:8150", "--catalogue",   "--fault",  "--title-interval", "--log",   "status503",
+          "status404", "malformed-xml",  "truncated",     "stall",    "trickle",          "close",   "empty200",
+          "drop",      "icy-status",     "latin1-titles", "redirect", "seconds=",         "--title", "/control/fault"})
         EXPECT_NE(outcome.output.find(word), std::string::npos) << word;
 }
 
