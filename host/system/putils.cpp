@@ -3,7 +3,6 @@
 #include "base/boxpath.h"
 #include "base/elog.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -12,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,70 +18,6 @@
 extern char **environ;
 
 namespace {
-
-// Up to `limit` bytes of a small file such as /proc/<pid>/comm; "" when it
-// cannot be read (the process may have ended meanwhile).
-std::string readSmallFile(const std::string &path, std::size_t limit = 4096)
-{
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return {};
-    std::string contents(limit, '\0');
-    std::size_t filled = 0;
-    while (filled < limit) {
-        const ssize_t got = read(fd, contents.data() + filled, limit - filled);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        filled += static_cast<std::size_t>(got);
-    }
-    close(fd);
-    contents.resize(filled);
-    return contents;
-}
-
-bool isProcessDirectory(const char *name)
-{
-    if (*name == '\0')
-        return false;
-    for (; *name != '\0'; ++name)
-        if (*name < '0' || *name > '9')
-            return false;
-    return true;
-}
-
-std::string commOf(const std::string &processDir)
-{
-    std::string comm = readSmallFile(processDir + "/comm", 64);
-    while (!comm.empty() && comm.back() == '\n')
-        comm.pop_back();
-    return comm;
-}
-
-std::string argv0BaseNameOf(const std::string &processDir)
-{
-    const std::string cmdline = readSmallFile(processDir + "/cmdline");
-    const std::string_view argv0(cmdline.c_str()); // up to the first NUL
-    const auto slash = argv0.rfind('/');
-    return std::string(slash == std::string_view::npos ? argv0 : argv0.substr(slash + 1));
-}
-
-// A process that has ended and waits for its parent to reap it.
-bool isZombie(const std::string &processDir)
-{
-    const std::string stat = readSmallFile(processDir + "/stat", 512);
-    const auto nameEnd = stat.rfind(')'); // the name itself may hold ')'
-    return nameEnd != std::string::npos && nameEnd + 2 < stat.size() && stat[nameEnd + 2] == 'Z';
-}
-
-bool hasName(const std::string &processDir, const std::string &name)
-{
-    const std::string comm = commOf(processDir);
-    if (comm.empty())
-        return false; // ended meanwhile
-    return comm == name || argv0BaseNameOf(processDir) == name;
-}
 
 // The host's environment with the box root set, as "NAME=value" strings.
 std::vector<std::string> daemonEnvironment()
@@ -187,21 +121,4 @@ bool pUtils::send2pDaemon(const eString &cmdline)
         return false;
     }
     return true;
-}
-
-bool pUtils::is_running(const eString &name)
-{
-    if (name.empty())
-        return false;
-    std::unique_ptr<DIR, int (*)(DIR *)> proc(opendir("/proc"), closedir);
-    if (!proc)
-        return false;
-    while (const dirent *entry = readdir(proc.get())) {
-        if (!isProcessDirectory(entry->d_name))
-            continue;
-        const std::string processDir = std::string("/proc/") + entry->d_name;
-        if (hasName(processDir, name) && !isZombie(processDir))
-            return true;
-    }
-    return false;
 }

@@ -27,10 +27,12 @@ public:
     // left to reap. Returns false when the command could not be started.
     static bool send2pDaemon(const eString &cmdline);
 
-    // True while a process named `name` exists: its kernel name (comm, which
-    // the kernel cuts to 15 bytes) or the base name of its argv[0] equals
-    // `name`. Processes that have ended but not yet been reaped do not count.
-    // Reads /proc; cheap enough for every status tick.
+    // True while a process named `name` exists, as killall finds it: its
+    // kernel name (comm) equals `name`; for a name longer than the 15 bytes
+    // the kernel keeps, comm equals its first 15 bytes and the base name of
+    // the process's argv[0] is the whole name. Processes that have ended but
+    // not yet been reaped do not count. Reads one small file of /proc per
+    // process; cheap enough for every status tick.
     static bool is_running(const eString &name);
 };
 
