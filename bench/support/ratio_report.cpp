@@ -1,8 +1,11 @@
 #include "support/ratio_report.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <optional>
+#include <regex>
 #include <vector>
 
 namespace bench {
@@ -23,6 +26,29 @@ std::map<std::string, Target> &targets()
 }
 
 constexpr const char *referenceSuffix = "/reference";
+
+struct InterleavedCase
+{
+    std::string name;
+    int rounds;
+    TimedRound measured;
+    TimedRound reference;
+};
+
+std::vector<InterleavedCase> &interleavedCases()
+{
+    static std::vector<InterleavedCase> registered;
+    return registered;
+}
+
+double median(std::vector<double> values)
+{
+    if (values.empty())
+        return 0.0;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2.0;
+}
 
 // Keeps the console table and remembers each benchmark's time per iteration.
 class RatioReporter : public benchmark::ConsoleReporter
@@ -76,17 +102,65 @@ void targetAbsolute(const std::string &caseName, double maxMicroseconds)
     targets()[caseName] = Target{TargetKind::absolute, maxMicroseconds};
 }
 
+void registerInterleaved(const std::string &caseName, int rounds, TimedRound measured, TimedRound reference)
+{
+    interleavedCases().push_back(InterleavedCase{caseName, rounds, std::move(measured), std::move(reference)});
+}
+
+namespace {
+
+// Runs one interleaved case and prints its line; false when it misses its target.
+bool runInterleaved(const InterleavedCase &timed, int rounds)
+{
+    std::vector<double> ratios;
+    std::vector<double> measured;
+    std::vector<double> reference;
+    for (int round = 0; round < rounds; ++round) {
+        reference.push_back(timed.reference());
+        measured.push_back(timed.measured());
+        if (reference.back() > 0.0)
+            ratios.push_back(measured.back() / reference.back());
+    }
+    if (ratios.empty())
+        return true;
+    const double ratio = median(ratios);
+    const auto [lowest, highest] = std::minmax_element(ratios.begin(), ratios.end());
+    std::printf("ratio %s: median %.2fx the reference over %d rounds (spread %.2fx to %.2fx; median %.1f us, "
+                "reference %.1f us",
+                timed.name.c_str(), ratio, rounds, *lowest, *highest, median(measured), median(reference));
+    const auto found = targets().find(timed.name);
+    if (found == targets().end() || found->second.kind != TargetKind::atMost) {
+        std::printf(")\n");
+        return true;
+    }
+    const bool met = ratio <= found->second.value;
+    std::printf("; target at most %.2fx) %s\n", found->second.value, verdict(met).c_str());
+    return met;
+}
+
+} // namespace
+
 int runAndReport(int argc, char **argv)
 {
     // "--no-targets": print the ratios but do not judge them (smoke runs are
     // far too short for their figures to mean anything).
     bool judge = true;
+    std::optional<int> rounds; // "--rounds=N": the interleaved cases' rounds
+    std::optional<std::regex> filter;
     int kept = 0;
     for (int i = 0; i < argc; ++i) {
-        if (i > 0 && std::string(argv[i]) == "--no-targets")
+        const std::string argument = argv[i];
+        if (i > 0 && argument == "--no-targets") {
             judge = false;
-        else
-            argv[kept++] = argv[i];
+            continue;
+        }
+        if (i > 0 && argument.starts_with("--rounds=")) {
+            rounds = std::max(1, std::atoi(argument.c_str() + 9));
+            continue;
+        }
+        if (argument.starts_with("--benchmark_filter="))
+            filter.emplace(argument.substr(19));
+        argv[kept++] = argv[i];
     }
     argc = kept;
 
@@ -99,6 +173,11 @@ int runAndReport(int argc, char **argv)
 
     bool allMet = true;
     std::printf("\n");
+    for (const InterleavedCase &timed : interleavedCases()) {
+        if (filter && !std::regex_search(timed.name, *filter))
+            continue;
+        allMet = runInterleaved(timed, rounds.value_or(timed.rounds)) && allMet;
+    }
     for (const auto &[name, measured] : reporter.all()) {
         if (name.ends_with(referenceSuffix))
             continue;

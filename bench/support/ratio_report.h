@@ -13,9 +13,20 @@
 // and the program exits non-zero when a ratio misses its target, so that a
 // regression is noticed (unless run with --no-targets). A case may also be timed against an absolute limit
 // (a frame budget, say) instead of a reference.
+//
+// Cases that take long and vary from one run to the next (starting a stream,
+// say) are timed outside Google Benchmark, alternately with their reference
+// (A B A B ...), so that a slow moment hits both alike; the report gives the
+// median of the rounds' ratios and their spread:
+//
+//   ratio <case>: median 1.08x the reference over 20 rounds (spread 0.96x to 1.31x; ...) ok
+//
+// "--rounds=N" on the command line overrides the number of rounds (the smoke
+// runs use 2).
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
 #include <string>
 
 namespace bench {
@@ -26,6 +37,14 @@ void targetAtMost(const std::string &caseName, double maxRatio);
 void targetFasterThanReference(const std::string &caseName, double minSpeedup);
 // The case must take at most `maxMicroseconds` per iteration.
 void targetAbsolute(const std::string &caseName, double maxMicroseconds);
+
+// One round of an interleaved case or its reference: does the work once and
+// returns the microseconds that count (setting up and tidying up excluded).
+using TimedRound = std::function<double()>;
+// Registers a case timed in `rounds` alternate rounds of `measured` and
+// `reference`, the reference first; a --benchmark_filter applies to its name.
+// Targets are set with targetAtMost as for the other cases.
+void registerInterleaved(const std::string &caseName, int rounds, TimedRound measured, TimedRound reference);
 
 // Runs the registered benchmarks, prints the table and the ratios; returns the
 // process exit status (1 when a target was missed). Use as main's body.
