@@ -1,5 +1,6 @@
 #include "media/gstreamer/stream_handler.h"
 
+#include "media/gstreamer/stream_address.h"
 #include "media/gstreamer/stream_player.h"
 
 #include "base/ebase.h"
@@ -15,27 +16,6 @@ namespace {
 eString translated(const char *text)
 {
     return dcgettext(nullptr, text, LC_MESSAGES);
-}
-
-// The address to hand to GStreamer: without trailing blanks and line ends (a
-// playlist line read with CR-LF ends keeps its carriage return), and with the
-// blanks and control bytes left inside it percent-encoded, as a URL has them.
-std::string streamAddress(const std::string &path)
-{
-    static constexpr char hexDigits[] = "0123456789ABCDEF";
-    const auto last = path.find_last_not_of(" \t\r\n");
-    std::string address;
-    for (std::size_t i = 0; last != std::string::npos && i <= last; ++i) {
-        const auto byte = static_cast<unsigned char>(path[i]);
-        if (byte <= 0x20 || byte == 0x7f) {
-            address += '%';
-            address += hexDigits[byte >> 4];
-            address += hexDigits[byte & 0x0f];
-        } else {
-            address += path[i];
-        }
-    }
-    return address;
 }
 
 } // namespace
