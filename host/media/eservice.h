@@ -18,6 +18,23 @@
 // is in libboxhost_media.so and registers itself when that library is loaded;
 // without it getServiceHandler(4096) is null. Everything here belongs to the
 // GUI thread.
+//
+// The URL stream handler (type 4096):
+// - plays only http:, https:, icy: and icyx: addresses (the scheme in any
+//   case); any other address (file:, rtsp:, one without a scheme) is refused
+//   by play at once, with one warning in the log;
+// - follows redirects, accepts old servers that answer "ICY 200 OK", and
+//   gives titles as UTF-8 even when the station sends Latin-1 or
+//   Windows-1252;
+// - reopens a live stream that breaks or ends after it played: after 1, 2, 4,
+//   8 and 15 s, then every 15 s, for up to 5 minutes from the break (the
+//   environment variable TARNWAVE_RECONNECT_WINDOW, in whole seconds, sets
+//   another window). Meanwhile getState answers stateRunning and the state
+//   text is "connecting..."; the last title stays until the reopened stream
+//   announces one. A stream that plays again starts afresh at its next break.
+//   When the window passed without success, getState answers stateFailed.
+//   A stream that never played (a wrong address, a refused connection, a
+//   page instead of audio) fails at once and is not reopened.
 
 #include "base/estring.h"
 #include "base/signals.h"
@@ -52,10 +69,10 @@ class eServiceHandler : public SigC::Object
 {
 public:
     // What getState returns.
-    static constexpr int stateRunning = 0; // connecting, buffering, playing or paused, all in order
-    static constexpr int stateFailed = -1; // the service broke down (unreachable, not playable, ...)
+    static constexpr int stateRunning = 0; // connecting, buffering, playing or reconnecting: all in order
+    static constexpr int stateFailed = -1; // not playable, or broke down and given up
     static constexpr int stateStopped = 1; // nothing started yet, or stopped
-    static constexpr int stateEnded = 2; // the stream came to its end
+    static constexpr int stateEnded = 2; // a file (its length known) played to its end; live streams are reopened
 
     // The selectors of getInfo.
     static constexpr int infoStateText = 0;
@@ -76,21 +93,28 @@ public:
 
     // Starts playing `ref`, stopping whatever this handler played before;
     // `workaround` is reserved and passed as 0. Returns 0 when playback was
-    // started (it may still fail later: see getState), -1 when it could not be.
+    // started (it may still fail later: see getState), -1 when it could not be
+    // (getState then answers stateFailed).
     virtual int play(const eServiceReference &ref, int workaround) = 0;
 
     // The status query: stateRunning (0) while the service runs in order,
     // otherwise one of the other state values.
     virtual int getState() = 0;
 
-    // The text query. infoStateText (0): the state text, the translation of
-    // "playing..." while the stream plays, of "paused..." otherwise (connecting,
-    // buffering, paused, stopped). infoTitle (1): the title the stream
-    // announces, empty until one arrives. Other selectors give "".
+    // The text query. infoStateText (0): the state text, in the message
+    // catalogue's language, while getState answers stateRunning:
+    //   "connecting..."  connecting to the stream, or waiting to reopen it
+    //   "buffering..."   it prerolled, or played and ran short, and waits for
+    //                    its buffer to fill before it plays (on)
+    //   "playing..."     the stream plays
+    // and "" while nothing runs (stopped, failed, ended). infoTitle (1): the
+    // title the stream announces (UTF-8), empty until one arrives. Other
+    // selectors give "".
     virtual eString getInfo(int selector) = 0;
 
-    // Ends playback and frees what it held; `workaround` is reserved and
-    // passed as 0. Returns 0. Stopping a stopped handler does nothing.
+    // Ends playback, a reopen still waiting included, and frees what it held;
+    // `workaround` is reserved and passed as 0. Returns 0. Stopping a stopped
+    // handler does nothing.
     virtual int stop(int workaround) = 0;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "media/gstreamer/audio_sink.h"
 #include "media/gstreamer/gst_runtime.h"
+#include "media/gstreamer/title_text.h"
 
 #include "base/elog.h"
 #include "system/putils.h"
@@ -11,6 +12,11 @@ namespace {
 
 // Seconds without data after which the source gives up, as the HTTP client does.
 constexpr guint stallTimeoutSeconds = 30;
+
+// How much sound the network buffer holds before the stream plays, and again
+// after it ran dry: enough to ride out a short hiccup, little enough that the
+// station starts soon.
+constexpr gint64 networkBufferNanoseconds = GST_SECOND;
 
 bool hasProperty(GstElement *element, const char *name)
 {
@@ -22,8 +28,6 @@ bool hasProperty(GstElement *element, const char *name)
 StreamPlayer::StreamPlayer(eMainloop &loop, std::string uri)
     : m_loop(loop), m_uri(std::move(uri)), m_userAgent(pUtils::pUserAgent())
 {
-    if (build())
-        start();
 }
 
 StreamPlayer::~StreamPlayer()
@@ -31,6 +35,23 @@ StreamPlayer::~StreamPlayer()
     shutDown();
     if (m_pipeline)
         g_signal_handlers_disconnect_by_data(m_pipeline.get(), this);
+}
+
+void StreamPlayer::start()
+{
+    if (build())
+        startPipeline();
+}
+
+StreamPlayer::Phase StreamPlayer::phase() const
+{
+    if (m_outcome == Outcome::ended)
+        return Phase::ended;
+    if (m_outcome == Outcome::failed)
+        return Phase::failed;
+    if (m_pipelinePlays && !m_buffering)
+        return Phase::playing;
+    return m_prerolled ? Phase::buffering : Phase::connecting;
 }
 
 bool StreamPlayer::build()
@@ -55,7 +76,8 @@ bool StreamPlayer::build()
     }
 
     GObject *playbin = G_OBJECT(m_pipeline.get());
-    g_object_set(playbin, "uri", m_uri.c_str(), "audio-sink", audioSink.get(), nullptr);
+    g_object_set(playbin, "uri", m_uri.c_str(), "audio-sink", audioSink.get(), "buffer-duration",
+                 networkBufferNanoseconds, nullptr);
     gst_util_set_object_arg(playbin, "flags", "audio+soft-volume"); // sound only, no video or subtitles
     g_signal_connect(playbin, "source-setup", G_CALLBACK(&StreamPlayer::setupSource), this);
 
@@ -67,10 +89,17 @@ bool StreamPlayer::build()
     return true;
 }
 
-void StreamPlayer::start()
+// Prerolls the pipeline; steerByBuffer() plays it once the buffer is full. A
+// live source does not preroll and plays at once.
+void StreamPlayer::startPipeline()
 {
     eDebug("media: playing %s", m_uri.c_str());
-    if (gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
+    GstStateChangeReturn change = gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
+    if (change == GST_STATE_CHANGE_NO_PREROLL) {
+        m_live = true;
+        change = gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
+    }
+    if (change == GST_STATE_CHANGE_FAILURE) {
         busReady(0); // the error message that says why, if one was posted
         fail("the pipeline does not start");
     }
@@ -81,10 +110,12 @@ void StreamPlayer::setupSource(GstElement *, GstElement *source, gpointer player
     const auto *self = static_cast<const StreamPlayer *>(player);
     if (hasProperty(source, "iradio-mode"))
         g_object_set(source, "iradio-mode", TRUE, nullptr); // ask for ICY titles
+    if (hasProperty(source, "automatic-redirect"))
+        g_object_set(source, "automatic-redirect", TRUE, nullptr); // stations move
     if (hasProperty(source, "user-agent"))
         g_object_set(source, "user-agent", self->m_userAgent.c_str(), nullptr);
     if (hasProperty(source, "retries"))
-        g_object_set(source, "retries", 0, nullptr); // a stream that dies stays dead
+        g_object_set(source, "retries", 0, nullptr); // the stream handler reopens a broken stream on its own schedule
     if (hasProperty(source, "timeout"))
         g_object_set(source, "timeout", stallTimeoutSeconds, nullptr);
 }
@@ -93,23 +124,23 @@ void StreamPlayer::busReady(int)
 {
     if (!m_bus)
         return;
-    while (GstMessageHandle message{gst_bus_pop(m_bus.get())})
+    while (m_outcome == Outcome::running) {
+        const GstMessageHandle message{gst_bus_pop(m_bus.get())};
+        if (!message)
+            break;
         handleMessage(message.get());
+    }
 }
 
 void StreamPlayer::handleMessage(GstMessage *message)
 {
     switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ERROR: handleError(message); break;
-    case GST_MESSAGE_EOS:
-        if (m_phase != Phase::failed) {
-            eDebug("media: stream %s ended", m_uri.c_str());
-            m_phase = Phase::ended;
-            shutDown();
-        }
-        break;
+    case GST_MESSAGE_EOS: handleEnd(); break;
     case GST_MESSAGE_TAG: handleTags(message); break;
     case GST_MESSAGE_STATE_CHANGED: handleStateChange(message); break;
+    case GST_MESSAGE_BUFFERING: handleBuffering(message); break;
+    case GST_MESSAGE_ASYNC_DONE: steerByBuffer(); break;
     case GST_MESSAGE_WARNING: {
         GError *rawError = nullptr;
         gst_message_parse_warning(message, &rawError, nullptr);
@@ -143,6 +174,13 @@ void StreamPlayer::handleError(GstMessage *message)
     fail(notPlayable ? std::string("no audio that can be played (") + error->message + ")" : error->message);
 }
 
+void StreamPlayer::handleEnd()
+{
+    m_hadKnownLength = sourceKnowsLength();
+    eDebug("media: stream %s ended (%s)", m_uri.c_str(), m_hadKnownLength ? "its length was known" : "live");
+    finish(Outcome::ended);
+}
+
 void StreamPlayer::handleTags(GstMessage *message)
 {
     GstTagList *tags = nullptr;
@@ -150,8 +188,9 @@ void StreamPlayer::handleTags(GstMessage *message)
     gchar *rawTitle = nullptr;
     if (tags != nullptr && gst_tag_list_get_string(tags, GST_TAG_TITLE, &rawTitle) != FALSE) {
         const GStringHandle title(rawTitle);
-        if (m_title != title.get()) {
-            m_title = title.get();
+        std::string text = titleAsUtf8(title.get());
+        if (m_title != text) {
+            m_title = std::move(text);
             eDebug("media: title \"%s\"", m_title.c_str());
         }
     }
@@ -166,24 +205,69 @@ void StreamPlayer::handleStateChange(GstMessage *message)
     GstState oldState = GST_STATE_VOID_PENDING;
     GstState newState = GST_STATE_VOID_PENDING;
     gst_message_parse_state_changed(message, &oldState, &newState, nullptr);
-    if (m_phase == Phase::ended || m_phase == Phase::failed)
+    m_prerolled = m_prerolled || newState == GST_STATE_PAUSED || newState == GST_STATE_PLAYING;
+    m_pipelinePlays = newState == GST_STATE_PLAYING;
+    if (m_pipelinePlays && !m_hasPlayed)
+        eDebug("media: stream %s plays", m_uri.c_str());
+    m_hasPlayed = m_hasPlayed || m_pipelinePlays;
+    steerByBuffer();
+}
+
+void StreamPlayer::handleBuffering(GstMessage *message)
+{
+    gint percent = 100;
+    gst_message_parse_buffering(message, &percent);
+    const bool buffering = percent < 100;
+    if (buffering && !m_buffering)
+        eDebug("media: stream %s buffers", m_uri.c_str());
+    m_buffering = buffering;
+    steerByBuffer();
+}
+
+// Sets the pipeline to the state the network buffer calls for, as GStreamer
+// asks of applications that play from the network: paused while the buffer
+// fills, playing once it is full. One change at a time: while one is still
+// in progress nothing is asked (requests that overlap a change can leave the
+// pipeline waiting for good), and this runs again when it is done.
+void StreamPlayer::steerByBuffer()
+{
+    if (m_live || m_outcome != Outcome::running)
         return;
-    if (newState == GST_STATE_PLAYING) {
-        if (m_phase != Phase::playing)
-            eDebug("media: stream %s plays", m_uri.c_str());
-        m_phase = Phase::playing;
-    } else if (newState == GST_STATE_PAUSED && m_phase == Phase::playing) {
-        m_phase = Phase::paused;
-    }
+    GstState current = GST_STATE_VOID_PENDING;
+    GstState pending = GST_STATE_VOID_PENDING;
+    if (gst_element_get_state(m_pipeline.get(), &current, &pending, 0) != GST_STATE_CHANGE_SUCCESS
+        || pending != GST_STATE_VOID_PENDING)
+        return;
+    const GstState wanted = m_buffering ? GST_STATE_PAUSED : GST_STATE_PLAYING;
+    if (current >= GST_STATE_PAUSED && current != wanted)
+        gst_element_set_state(m_pipeline.get(), wanted);
+}
+
+// Whether the source knows how many bytes the stream has: the server gave
+// its length, which a live stream has not.
+bool StreamPlayer::sourceKnowsLength() const
+{
+    GstElement *rawSource = nullptr;
+    g_object_get(m_pipeline.get(), "source", &rawSource, nullptr);
+    const GstElementHandle source(rawSource);
+    gint64 bytes = -1;
+    return source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &bytes) != FALSE && bytes > 0;
 }
 
 void StreamPlayer::fail(const std::string &reason)
 {
-    if (m_phase == Phase::failed)
+    if (m_outcome != Outcome::running)
         return;
-    eWarning("media: stream %s failed: %s", m_uri.c_str(), reason.c_str());
-    m_phase = Phase::failed;
+    eDebug("media: stream %s failed: %s", m_uri.c_str(), reason.c_str());
+    m_failureReason = reason;
+    finish(Outcome::failed);
+}
+
+void StreamPlayer::finish(Outcome outcome)
+{
+    m_outcome = outcome;
     shutDown();
+    finished.emit();
 }
 
 void StreamPlayer::shutDown()

@@ -10,42 +10,69 @@
 
 namespace boxmedia {
 
-// One stream played by a GStreamer playbin, audio only, from the moment it is
-// made until it is destroyed. The pipeline's bus is watched by the host main
-// loop through its poll descriptor, so every message is handled on the GUI
-// thread; GStreamer's own threads never call into the host. A stream that
-// fails or ends is shut down and stays so: there are no reconnects.
+// One attempt at one stream, played by a GStreamer playbin, audio only, from
+// start() until it ends, fails or the player is destroyed. The pipeline's bus
+// is watched by the host main loop through its poll descriptor, so every
+// message is handled on the GUI thread; GStreamer's own threads never call
+// into the host. A stream that fails or ends is shut down and stays so:
+// reopening it is up to the owner, with a new player.
+//
+// The player buffers as GStreamer expects of an application: while the
+// network buffer reports less than 100 % it keeps the pipeline paused (the
+// stream prerolled but waits for data), and plays on once it is full.
 class StreamPlayer : public SigC::Object
 {
 public:
     enum class Phase {
-        connecting, // started, no sound yet
+        connecting, // started, nothing prerolled yet
+        buffering, // prerolled, or played and ran short: waits for its buffer to fill
         playing, // the pipeline plays
-        paused, // the pipeline was paused after it played
         ended, // the stream came to its end
-        failed, // the stream could not be played or broke down
+        failed, // the stream could not be played or broke down; see failureReason()
     };
 
-    // Starts playing `uri` at once; the outcome shows in phase().
+    // Plays nothing until start().
     StreamPlayer(eMainloop &loop, std::string uri);
     ~StreamPlayer() override;
     StreamPlayer(const StreamPlayer &) = delete;
     StreamPlayer &operator=(const StreamPlayer &) = delete;
 
-    Phase phase() const { return m_phase; }
+    // Starts playing the stream; the outcome shows in phase() and, when the
+    // stream ends or fails (perhaps before start returns), in `finished`.
+    void start();
+
+    Phase phase() const;
+    // Whether the pipeline played at some time.
+    bool hasPlayed() const { return m_hasPlayed; }
+    // Whether the server gave the length of what it sent (a file rather than
+    // a live stream); known once the stream ended.
+    bool hadKnownLength() const { return m_hadKnownLength; }
+    // Why the stream failed, empty unless it did.
+    const std::string &failureReason() const { return m_failureReason; }
     // The last title the stream announced (UTF-8), empty before the first.
     const std::string &title() const { return m_title; }
     const std::string &uri() const { return m_uri; }
 
+    // Emitted once, when the stream ended or failed, after the pipeline was
+    // shut down. A slot must not destroy the player.
+    SigC::Signal0<void> finished;
+
 private:
+    enum class Outcome { running, ended, failed };
+
     bool build();
-    void start();
+    void startPipeline();
     void busReady(int events);
     void handleMessage(GstMessage *message);
     void handleError(GstMessage *message);
+    void handleEnd();
     void handleTags(GstMessage *message);
     void handleStateChange(GstMessage *message);
+    void handleBuffering(GstMessage *message);
+    void steerByBuffer();
+    bool sourceKnowsLength() const;
     void fail(const std::string &reason);
+    void finish(Outcome outcome);
     void shutDown();
 
     // playbin's "source-setup": runs on whichever thread makes the source and
@@ -58,7 +85,14 @@ private:
     GstElementHandle m_pipeline;
     GstBusHandle m_bus;
     std::unique_ptr<eSocketNotifier> m_busWatch;
-    Phase m_phase = Phase::connecting;
+    Outcome m_outcome = Outcome::running;
+    bool m_live = false; // a live pipeline does not preroll and is never paused to buffer
+    bool m_prerolled = false; // the pipeline reached PAUSED
+    bool m_pipelinePlays = false; // the pipeline is in PLAYING now
+    bool m_buffering = false; // the network buffer is not full: kept paused
+    bool m_hasPlayed = false;
+    bool m_hadKnownLength = false;
+    std::string m_failureReason;
     std::string m_title;
 };
 

@@ -15,9 +15,18 @@
 
 #include <gtest/gtest.h>
 
+#include <libintl.h>
+
 #include <chrono>
+#include <clocale>
 #include <cstdlib>
 #include <string>
+
+// The state text `text` in the language in use.
+inline std::string translated(const char *text)
+{
+    return dcgettext(nullptr, text, LC_MESSAGES);
+}
 
 class StreamHandlerTest : public ::testing::Test
 {
@@ -55,7 +64,11 @@ protected:
         return runUntil(app, done, limit);
     }
 
-    bool isPlaying() { return handler->getState() == 0 && handler->getInfo(0) == "playing..."; }
+    // Whether the handler runs in order and says `text`.
+    bool runsSaying(const std::string &text) { return handler->getState() == 0 && handler->getInfo(0) == text; }
+    bool isPlaying() { return runsSaying("playing..."); }
+    bool isConnecting() { return runsSaying("connecting..."); }
+    bool isBuffering() { return runsSaying("buffering..."); }
 
     eApplication app;
     StreamTestServer server;

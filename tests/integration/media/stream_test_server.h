@@ -2,19 +2,21 @@
 #define TARNWAVE_TESTS_INTEGRATION_MEDIA_STREAM_TEST_SERVER_H
 
 // An in-process HTTP server on an ephemeral loopback port for the media tests:
-//   /radio  an endless MP3 stream with ICY metadata (StreamTitle, sent again
-//           whenever it changes) when the client asks for it with
-//           "Icy-MetaData: 1", paced a little above the bit rate after a first
-//           burst, like an internet radio station
-//   /short  one second of MP3, then the end of the body
-//   /page   an HTML page served in place of audio
-//   /broken a stream that sends a little audio and then drops the connection
+//   /radio    an endless MP3 stream with ICY metadata (StreamTitle, sent again
+//             whenever it changes) when the client asks for it with
+//             "Icy-MetaData: 1", paced a little above the bit rate after a
+//             first burst, like an internet radio station
+//   /station  the same stream, chunked, as planStation() says: it may break
+//             for its first listeners, go off the air, or stall
+//   /redirect a 302 to /radio
+//   /short    one second of MP3 with its length, then the end of the body
+//   /page     an HTML page served in place of audio
 
+#include "icy_stream.h"
 #include "mp3_tone.h"
 
 #include <httplib.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -26,7 +28,24 @@
 class StreamTestServer
 {
 public:
-    static constexpr std::size_t metaInterval = 4096;
+    static constexpr std::size_t metaInterval = IcyStream::metaInterval;
+
+    // How /station behaves; set it before the handler connects.
+    struct StationPlan
+    {
+        // The streams of the first `breakingListeners` listeners break after
+        // this many audio bytes; later listeners play on. 0: none breaks.
+        std::size_t breakAfterAudio = 0;
+        int breakingListeners = 1;
+        // A break ends the chunked body properly instead of dropping the connection.
+        bool breakEndsBody = false;
+        // How many listeners are served at all: later requests are answered
+        // "503 Service Unavailable". Negative: every one.
+        int listenersServed = -1;
+        // Every listener's sending pauses after this many audio bytes until
+        // resumeStation(). 0: it does not.
+        std::size_t stallAfterAudio = 0;
+    };
 
     explicit StreamTestServer(std::string title = "Test Artist - Test Song")
         : m_title(std::move(title)), m_tone(encodeToneMp3(1.0))
@@ -34,7 +53,14 @@ public:
         m_server.Get("/radio", [this](const httplib::Request &request, httplib::Response &response) {
             serveRadio(request, response);
         });
+        m_server.Get("/station", [this](const httplib::Request &request, httplib::Response &response) {
+            serveStation(request, response);
+        });
+        m_server.Get("/redirect", [this](const httplib::Request &, httplib::Response &response) {
+            response.set_redirect(url("/radio"), 302);
+        });
         m_server.Get("/short", [this](const httplib::Request &, httplib::Response &response) {
+            ++m_shortRequests;
             response.set_content(m_tone, "audio/mpeg");
         });
         m_server.Get("/page", [](const httplib::Request &, httplib::Response &response) {
@@ -43,13 +69,6 @@ public:
                 page += "<p>This station has moved. Please visit our new home page.</p>\n";
             page += "</body></html>\n";
             response.set_content(page, "text/html");
-        });
-        m_server.Get("/broken", [this](const httplib::Request &, httplib::Response &response) {
-            ++m_brokenRequests;
-            response.set_content_provider("audio/mpeg", [this](std::size_t, httplib::DataSink &sink) {
-                sink.write(m_tone.data(), std::min<std::size_t>(m_tone.size(), 4000));
-                return false; // drops the connection
-            });
         });
         m_port = m_server.bind_to_any_port("127.0.0.1");
         if (m_port <= 0)
@@ -82,10 +101,18 @@ public:
         std::lock_guard lock(m_mutex);
         m_title = std::move(title);
     }
+    void planStation(const StationPlan &plan)
+    {
+        std::lock_guard lock(m_mutex);
+        m_stationPlan = plan;
+    }
+    // Ends the stall of StationPlan::stallAfterAudio for every listener.
+    void resumeStation() { m_stationResumed = true; }
     // How many requests for /radio asked for ICY metadata.
     int metadataRequests() const { return m_metadataRequests; }
-    // How many requests for /broken arrived.
-    int brokenRequests() const { return m_brokenRequests; }
+    // How many requests for /station and for /short arrived.
+    int stationRequests() const { return m_stationRequests; }
+    int shortRequests() const { return m_shortRequests; }
     // The "station" query parameter of the last request for /radio, decoded.
     std::string lastQueryStation() const
     {
@@ -99,13 +126,12 @@ public:
     }
 
 private:
-    // One listener's position in the endless stream.
-    struct Listener
+    // What one listener of /station gets.
+    struct ListenerPlan
     {
-        std::size_t tonePosition = 0;
-        std::size_t untilMetadata = metaInterval;
-        std::size_t sent = 0;
-        std::string titleSent; // what the last metadata block announced
+        std::size_t breakAfterAudio = 0;
+        bool breakEndsBody = false;
+        std::size_t stallAfterAudio = 0;
     };
 
     void serveRadio(const httplib::Request &request, httplib::Response &response)
@@ -115,64 +141,64 @@ private:
             m_lastUserAgent = request.get_header_value("User-Agent");
             m_lastQueryStation = request.get_param_value("station");
         }
+        const bool withMetadata = startStream(request, response);
+        response.set_content_provider("audio/mpeg", streamProvider(withMetadata, ListenerPlan{}));
+    }
+
+    void serveStation(const httplib::Request &request, httplib::Response &response)
+    {
+        const int number = ++m_stationRequests;
+        StationPlan plan;
+        {
+            std::lock_guard lock(m_mutex);
+            plan = m_stationPlan;
+        }
+        if (plan.listenersServed >= 0 && number > plan.listenersServed) {
+            response.status = 503;
+            response.set_content("The station is off the air.\n", "text/plain");
+            return;
+        }
+        const ListenerPlan listener{number <= plan.breakingListeners ? plan.breakAfterAudio : 0, plan.breakEndsBody,
+                                    plan.stallAfterAudio};
+        const bool withMetadata = startStream(request, response);
+        response.set_chunked_content_provider("audio/mpeg", streamProvider(withMetadata, listener));
+    }
+
+    // Sets the station's headers; whether the listener asked for metadata.
+    bool startStream(const httplib::Request &request, httplib::Response &response)
+    {
         const bool withMetadata = request.get_header_value("Icy-MetaData") == "1";
         if (withMetadata) {
             ++m_metadataRequests;
             response.set_header("icy-metaint", std::to_string(metaInterval));
         }
         response.set_header("icy-name", "Tarnwave Test Radio");
-        auto listener = std::make_shared<Listener>();
+        return withMetadata;
+    }
+
+    // Sends the paced stream to one listener as `plan` says.
+    httplib::ContentProviderWithoutLength streamProvider(bool withMetadata, ListenerPlan plan)
+    {
+        auto stream = std::make_shared<IcyStream>(m_tone, withMetadata);
         const auto started = std::chrono::steady_clock::now();
-        response.set_content_provider(
-            "audio/mpeg", [this, listener, withMetadata, started](std::size_t, httplib::DataSink &sink) {
-                if (m_stopping)
-                    return false;
-                // 64 kbit/s is 8000 bytes a second: a burst of one second, then a quarter more than that
-                // rate, so that little is buffered ahead and a new title is heard soon.
-                const auto elapsed = std::chrono::steady_clock::now() - started;
-                const auto allowed = static_cast<std::size_t>(
-                    8000 + 10 * std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
-                if (listener->sent >= allowed) {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                    return true;
-                }
-                std::string piece = nextPiece(*listener, withMetadata, 2048);
-                listener->sent += piece.size();
-                return sink.write(piece.data(), piece.size());
-            });
-    }
-
-    // About `audioBytes` of the looping tone, with a metadata block after
-    // every metaInterval audio bytes when metadata was asked for.
-    std::string nextPiece(Listener &listener, bool withMetadata, std::size_t audioBytes) const
-    {
-        std::string piece;
-        while (audioBytes > 0) {
-            std::size_t take = std::min(audioBytes, m_tone.size() - listener.tonePosition);
-            if (withMetadata)
-                take = std::min(take, listener.untilMetadata);
-            piece.append(m_tone, listener.tonePosition, take);
-            audioBytes -= take;
-            listener.tonePosition = (listener.tonePosition + take) % m_tone.size();
-            if (withMetadata && (listener.untilMetadata -= take) == 0) {
-                const std::string now = title();
-                piece += metadataBlock(now == listener.titleSent ? std::string() : "StreamTitle='" + now + "';");
-                listener.titleSent = now;
-                listener.untilMetadata = metaInterval;
+        return [this, stream, plan, started](std::size_t, httplib::DataSink &sink) {
+            if (m_stopping)
+                return false;
+            if (plan.breakAfterAudio > 0 && stream->audioSent() >= plan.breakAfterAudio) {
+                if (!plan.breakEndsBody)
+                    return false; // drops the connection
+                sink.done();
+                return true;
             }
-        }
-        return piece;
-    }
-
-    // A length byte (in units of 16) and the text padded with NULs; an empty
-    // text is the one zero byte that says "no change".
-    static std::string metadataBlock(const std::string &text)
-    {
-        const std::size_t units = (text.size() + 15) / 16;
-        std::string block(1, static_cast<char>(units));
-        block += text;
-        block.resize(1 + units * 16, '\0');
-        return block;
+            const bool stalled =
+                plan.stallAfterAudio > 0 && stream->audioSent() >= plan.stallAfterAudio && !m_stationResumed;
+            if (stalled || stream->aheadOfPace(std::chrono::steady_clock::now() - started)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                return true;
+            }
+            const std::string piece = stream->next(2048, title());
+            return sink.write(piece.data(), piece.size());
+        };
     }
 
     std::string m_title;
@@ -181,9 +207,12 @@ private:
     int m_port = 0;
     std::thread m_thread;
     std::atomic<bool> m_stopping{false};
+    std::atomic<bool> m_stationResumed{false};
     std::atomic<int> m_metadataRequests{0};
-    std::atomic<int> m_brokenRequests{0};
+    std::atomic<int> m_stationRequests{0};
+    std::atomic<int> m_shortRequests{0};
     mutable std::mutex m_mutex;
+    StationPlan m_stationPlan;
     std::string m_lastUserAgent;
     std::string m_lastQueryStation;
 };
