@@ -104,9 +104,9 @@ public:
     // The text query. infoStateText (0): the state text, in the message
     // catalogue's language, while getState answers stateRunning:
     //   "connecting..."  connecting to the stream, or waiting to reopen it
-    //   "buffering..."   it prerolled, or played and ran short, and waits for
-    //                    its buffer to fill before it plays (on)
-    //   "playing..."     the stream plays
+    //   "buffering..."   it is about to play, or it plays but no sound has
+    //                    come for a moment (the station falls silent)
+    //   "playing..."     the stream plays and its sound arrives
     // and "" while nothing runs (stopped, failed, ended). infoTitle (1): the
     // title the stream announces (UTF-8), empty until one arrives. Other
     // selectors give "".

@@ -13,9 +13,8 @@ namespace {
 // Seconds without data after which the source gives up, as the HTTP client does.
 constexpr guint stallTimeoutSeconds = 30;
 
-// How much sound the network buffer holds before the stream plays, and again
-// after it ran dry: enough to ride out a short hiccup, little enough that the
-// station starts soon.
+// How much sound GStreamer's network buffer holds at most: enough to ride
+// out a short hiccup, little enough for a box's memory.
 constexpr gint64 networkBufferNanoseconds = GST_SECOND;
 
 bool hasProperty(GstElement *element, const char *name)
@@ -33,6 +32,10 @@ StreamPlayer::StreamPlayer(eMainloop &loop, std::string uri)
 StreamPlayer::~StreamPlayer()
 {
     shutDown();
+    if (m_soundPad) {
+        gst_pad_remove_probe(m_soundPad, m_soundProbe);
+        gst_object_unref(m_soundPad);
+    }
     if (m_pipeline)
         g_signal_handlers_disconnect_by_data(m_pipeline.get(), this);
 }
@@ -49,9 +52,15 @@ StreamPlayer::Phase StreamPlayer::phase() const
         return Phase::ended;
     if (m_outcome == Outcome::failed)
         return Phase::failed;
-    if (m_pipelinePlays && !m_buffering)
-        return Phase::playing;
+    if (m_pipelinePlays)
+        return soundFlows() ? Phase::playing : Phase::buffering;
     return m_prerolled ? Phase::buffering : Phase::connecting;
+}
+
+bool StreamPlayer::soundFlows() const
+{
+    const std::int64_t last = m_lastSoundAt.load(std::memory_order_relaxed);
+    return last != 0 && boxhost::monotonicNow().count() - last < std::chrono::nanoseconds(soundGap).count();
 }
 
 bool StreamPlayer::build()
@@ -75,6 +84,7 @@ bool StreamPlayer::build()
         return false;
     }
 
+    watchSound(audioSink.get());
     GObject *playbin = G_OBJECT(m_pipeline.get());
     g_object_set(playbin, "uri", m_uri.c_str(), "audio-sink", audioSink.get(), "buffer-duration",
                  networkBufferNanoseconds, nullptr);
@@ -89,16 +99,29 @@ bool StreamPlayer::build()
     return true;
 }
 
-// Prerolls the pipeline; steerByBuffer() plays it once the buffer is full. A
-// live source does not preroll and plays at once.
+void StreamPlayer::watchSound(GstElement *audioSink)
+{
+    m_soundPad = gst_element_get_static_pad(audioSink, "sink");
+    if (m_soundPad)
+        m_soundProbe = gst_pad_add_probe(
+            m_soundPad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+            &StreamPlayer::soundArrived, this, nullptr);
+    else
+        eWarning("media: the audio sink has no input to watch; the stream always counts as playing");
+}
+
+GstPadProbeReturn StreamPlayer::soundArrived(GstPad *, GstPadProbeInfo *, gpointer player)
+{
+    static_cast<StreamPlayer *>(player)->m_lastSoundAt.store(boxhost::monotonicNow().count(),
+                                                             std::memory_order_relaxed);
+    return GST_PAD_PROBE_OK;
+}
+
+// Plays as soon as the pipeline has prerolled.
 void StreamPlayer::startPipeline()
 {
     eDebug("media: playing %s", m_uri.c_str());
-    GstStateChangeReturn change = gst_element_set_state(m_pipeline.get(), GST_STATE_PAUSED);
-    if (change == GST_STATE_CHANGE_NO_PREROLL) {
-        m_live = true;
-        change = gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
-    }
+    const GstStateChangeReturn change = gst_element_set_state(m_pipeline.get(), GST_STATE_PLAYING);
     if (change == GST_STATE_CHANGE_FAILURE) {
         busReady(0); // the error message that says why, if one was posted
         fail("the pipeline does not start");
@@ -139,8 +162,6 @@ void StreamPlayer::handleMessage(GstMessage *message)
     case GST_MESSAGE_EOS: handleEnd(); break;
     case GST_MESSAGE_TAG: handleTags(message); break;
     case GST_MESSAGE_STATE_CHANGED: handleStateChange(message); break;
-    case GST_MESSAGE_BUFFERING: handleBuffering(message); break;
-    case GST_MESSAGE_ASYNC_DONE: steerByBuffer(); break;
     case GST_MESSAGE_WARNING: {
         GError *rawError = nullptr;
         gst_message_parse_warning(message, &rawError, nullptr);
@@ -210,37 +231,6 @@ void StreamPlayer::handleStateChange(GstMessage *message)
     if (m_pipelinePlays && !m_hasPlayed)
         eDebug("media: stream %s plays", m_uri.c_str());
     m_hasPlayed = m_hasPlayed || m_pipelinePlays;
-    steerByBuffer();
-}
-
-void StreamPlayer::handleBuffering(GstMessage *message)
-{
-    gint percent = 100;
-    gst_message_parse_buffering(message, &percent);
-    const bool buffering = percent < 100;
-    if (buffering && !m_buffering)
-        eDebug("media: stream %s buffers", m_uri.c_str());
-    m_buffering = buffering;
-    steerByBuffer();
-}
-
-// Sets the pipeline to the state the network buffer calls for, as GStreamer
-// asks of applications that play from the network: paused while the buffer
-// fills, playing once it is full. One change at a time: while one is still
-// in progress nothing is asked (requests that overlap a change can leave the
-// pipeline waiting for good), and this runs again when it is done.
-void StreamPlayer::steerByBuffer()
-{
-    if (m_live || m_outcome != Outcome::running)
-        return;
-    GstState current = GST_STATE_VOID_PENDING;
-    GstState pending = GST_STATE_VOID_PENDING;
-    if (gst_element_get_state(m_pipeline.get(), &current, &pending, 0) != GST_STATE_CHANGE_SUCCESS
-        || pending != GST_STATE_VOID_PENDING)
-        return;
-    const GstState wanted = m_buffering ? GST_STATE_PAUSED : GST_STATE_PLAYING;
-    if (current >= GST_STATE_PAUSED && current != wanted)
-        gst_element_set_state(m_pipeline.get(), wanted);
 }
 
 // Whether the source knows how many bytes the stream has: the server gave

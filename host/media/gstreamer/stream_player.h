@@ -5,6 +5,9 @@
 
 #include "base/ebase.h"
 
+#include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -17,16 +20,23 @@ namespace boxmedia {
 // into the host. A stream that fails or ends is shut down and stays so:
 // reopening it is up to the owner, with a new player.
 //
-// The player buffers as GStreamer expects of an application: while the
-// network buffer reports less than 100 % it keeps the pipeline paused (the
-// stream prerolled but waits for data), and plays on once it is full.
+// The stream plays as soon as the pipeline has prerolled, as a bare playbin
+// does: waiting for GStreamer's network buffer to report 100 % would cost up
+// to its whole length at every start, because servers send a burst on
+// connecting that fools its rate estimate. Whether sound flows is judged at
+// the audio sink instead: a playing stream whose sink has had no sound for
+// soundGap is "buffering" until sound comes again.
 class StreamPlayer : public SigC::Object
 {
 public:
+    // How long the sink may go without sound before the stream counts as
+    // buffering; several times what a sink gets at once.
+    static constexpr std::chrono::milliseconds soundGap{700};
+
     enum class Phase {
         connecting, // started, nothing prerolled yet
-        buffering, // prerolled, or played and ran short: waits for its buffer to fill
-        playing, // the pipeline plays
+        buffering, // prerolled but not playing yet, or playing without sound reaching the sink
+        playing, // the pipeline plays and sound reaches the sink
         ended, // the stream came to its end
         failed, // the stream could not be played or broke down; see failureReason()
     };
@@ -68,8 +78,8 @@ private:
     void handleEnd();
     void handleTags(GstMessage *message);
     void handleStateChange(GstMessage *message);
-    void handleBuffering(GstMessage *message);
-    void steerByBuffer();
+    void watchSound(GstElement *audioSink);
+    bool soundFlows() const;
     bool sourceKnowsLength() const;
     void fail(const std::string &reason);
     void finish(Outcome outcome);
@@ -78,6 +88,9 @@ private:
     // playbin's "source-setup": runs on whichever thread makes the source and
     // only sets the source's properties.
     static void setupSource(GstElement *playbin, GstElement *source, gpointer player);
+    // A probe on the audio sink's input, on GStreamer's streaming thread: notes
+    // when sound last arrived.
+    static GstPadProbeReturn soundArrived(GstPad *pad, GstPadProbeInfo *info, gpointer player);
 
     eMainloop &m_loop;
     const std::string m_uri;
@@ -86,10 +99,11 @@ private:
     GstBusHandle m_bus;
     std::unique_ptr<eSocketNotifier> m_busWatch;
     Outcome m_outcome = Outcome::running;
-    bool m_live = false; // a live pipeline does not preroll and is never paused to buffer
     bool m_prerolled = false; // the pipeline reached PAUSED
     bool m_pipelinePlays = false; // the pipeline is in PLAYING now
-    bool m_buffering = false; // the network buffer is not full: kept paused
+    GstPad *m_soundPad = nullptr; // the audio sink's input, watched by soundArrived
+    gulong m_soundProbe = 0;
+    std::atomic<std::int64_t> m_lastSoundAt{0}; // boxhost::monotonicNow() in ns; written by the streaming thread
     bool m_hasPlayed = false;
     bool m_hadKnownLength = false;
     std::string m_failureReason;
