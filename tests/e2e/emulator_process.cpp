@@ -143,9 +143,20 @@ std::string noEntryPluginPath()
     return TARNWAVE_NO_ENTRY_PLUGIN;
 }
 
-EmulatorProcess::EmulatorProcess(std::vector<std::string> arguments)
+EmulatorProcess::EmulatorProcess(std::vector<std::string> arguments, const BoxContents &contents)
     : m_errorFile((m_root.path().parent_path() / (m_root.path().filename().string() + ".emulator.log")).string())
 {
+    if (!contents.settings.empty()) {
+        // The configuration store's own file format, keys in byte order.
+        std::string store = "# boxhost configuration 1\n";
+        for (const auto &[key, value] : contents.settings)
+            store += "i:" + key + "=" + std::to_string(value) + "\n";
+        store += "# end of boxhost configuration\n";
+        writeFile(m_root.file("box/var/tuxbox/config/boxhost.conf"), store);
+    }
+    if (!contents.favourites.empty())
+        writeFile(m_root.file("box/var/tuxbox/config/genrelist.xml"), contents.favourites);
+
     std::vector<std::string> all = {"--headless", "--root", (m_root.path() / "box").string(), "--listen",
                                     "127.0.0.1:0"};
     all.insert(all.end(), arguments.begin(), arguments.end());
@@ -162,6 +173,11 @@ EmulatorProcess::EmulatorProcess(std::vector<std::string> arguments)
     }
     const std::size_t colon = received.find(':', at + readyMessage.size());
     m_port = std::atoi(received.c_str() + colon + 1);
+}
+
+std::string EmulatorProcess::boxFile(const std::string &boxPath) const
+{
+    return (m_root.path() / "box").string() + boxPath;
 }
 
 EmulatorProcess::~EmulatorProcess()

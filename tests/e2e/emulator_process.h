@@ -10,6 +10,7 @@
 #include "support/temp_dir.h"
 
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -23,6 +24,15 @@ std::string noEntryPluginPath(); // a shared library without gPlugin_exec
 // A --directory that nothing answers at, for tests that make no request.
 inline const char *unusedDirectory = "http://127.0.0.1:9";
 
+// What the box holds before the emulator starts on it, as a user's box would.
+struct BoxContents
+{
+    // Integer keys of the configuration store ("/tarnwave/autohide" = 61, ...).
+    std::map<std::string, int> settings;
+    // The favourites file, as its bytes; empty: no file.
+    std::string favourites;
+};
+
 struct HttpReply
 {
     int status = -1; // -1: no reply
@@ -34,8 +44,8 @@ class EmulatorProcess
 {
 public:
     // Starts "box-emulator --headless --root TEMP --listen 127.0.0.1:0" and
-    // `arguments`.
-    explicit EmulatorProcess(std::vector<std::string> arguments);
+    // `arguments`, on a box root that holds `contents`.
+    explicit EmulatorProcess(std::vector<std::string> arguments, const BoxContents &contents = {});
     ~EmulatorProcess();
     EmulatorProcess(const EmulatorProcess &) = delete;
     EmulatorProcess &operator=(const EmulatorProcess &) = delete;
@@ -43,6 +53,8 @@ public:
     int port() const { return m_port; }
     pid_t pid() const { return m_pid; }
     const TempDir &root() const { return m_root; }
+    // Where a box path ("/var/tuxbox/config/genrelist.xml") lies on this PC.
+    std::string boxFile(const std::string &boxPath) const;
 
     HttpReply get(const std::string &path) const;
     HttpReply post(const std::string &path, const std::string &body = "") const;

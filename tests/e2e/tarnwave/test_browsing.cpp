@@ -4,6 +4,7 @@
 
 #include "emulator_process.h"
 #include "support/station_server_process.h"
+#include "tarnwave_screen.h"
 #include "widget_json.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,9 @@
 #include <cstdlib>
 #include <regex>
 #include <string>
+
+using tarnwave_e2e::requestsFor;
+using tarnwave_e2e::titleOf;
 
 namespace {
 
@@ -20,44 +24,17 @@ const bool english = [] {
     return true;
 }();
 
-// The main window's title: the text of the top-level window of type eWindow
-// that is not the host's menu.
-std::string titleOf(const std::string &widgets)
-{
-    const std::regex pattern("\\{\"type\":\"eWindow\",\"name\":\"\",\"text\":\"([^\"]*)\"");
-    std::smatch match;
-    return std::regex_search(widgets, match, pattern) ? match[1].str() : std::string();
-}
-
-// How many times the station server was asked for `target`.
-int requestsFor(const StationServerProcess &server, const std::string &target)
-{
-    const std::string log = server.log();
-    int count = 0;
-    for (std::size_t at = log.find(target); at != std::string::npos; at = log.find(target, at + 1))
-        ++count;
-    return count;
-}
-
 class Browsing : public ::testing::Test
 {
 protected:
-    std::string widgets() const { return emulator.get("/api/widgets").body; }
-    void key(const std::string &name) { ASSERT_EQ(emulator.post("/api/key/" + name).status, 200) << name; }
-    void settle() { ASSERT_EQ(emulator.post("/api/settle?ms=10000").status, 200); }
-    // Waits until the main window's title starts with `prefix`.
-    bool waitForTitle(const std::string &prefix)
-    {
-        for (int attempt = 0; attempt < 100; ++attempt) {
-            if (titleOf(widgets()).rfind(prefix, 0) == 0)
-                return true;
-            settle();
-        }
-        return false;
-    }
+    std::string widgets() const { return screen.widgets(); }
+    void key(const std::string &name) const { screen.key(name); }
+    void settle() const { screen.settle(); }
+    bool waitForTitle(const std::string &prefix) const { return screen.waitForTitle(prefix); }
 
     StationServerProcess server;
     EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", server.baseUrl()}};
+    tarnwave_e2e::Screen screen{emulator};
 };
 
 TEST_F(Browsing, OpensOnTheEmptyFavourites)
