@@ -11,6 +11,8 @@
 #include "icy_stream.h"
 #include "mp3_tone.h"
 
+#include "support/loopback_listener.h"
+
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -33,19 +35,8 @@ public:
     explicit IcyStatusServer(std::string title, std::size_t resetFirstListenerAfterAudio = 0)
         : m_title(std::move(title)), m_tone(encodeToneMp3(1.0)), m_resetAfterAudio(resetFirstListenerAfterAudio)
     {
-        m_listener = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (m_listener < 0 || bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-            || listen(m_listener, 8) != 0
-            || getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &length) != 0) {
-            if (m_listener >= 0)
-                close(m_listener);
+        if (!m_listener.listening())
             throw std::runtime_error("cannot open the ICY test server's socket");
-        }
-        m_port = ntohs(address.sin_port);
         m_acceptor = std::thread([this] { acceptListeners(); });
     }
 
@@ -55,13 +46,15 @@ public:
         m_acceptor.join();
         for (std::thread &listener : m_listeners)
             listener.join();
-        close(m_listener);
     }
 
     IcyStatusServer(const IcyStatusServer &) = delete;
     IcyStatusServer &operator=(const IcyStatusServer &) = delete;
 
-    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
+    std::string url(const std::string &path) const
+    {
+        return "http://127.0.0.1:" + std::to_string(m_listener.port()) + path;
+    }
     // How many requests arrived; how many of them asked for ICY metadata, and
     // how many to resume from a position (with a Range header, which an old
     // server ignores).
@@ -75,10 +68,10 @@ private:
     void acceptListeners()
     {
         while (!m_stopping) {
-            pollfd ready = {m_listener, POLLIN, 0};
+            pollfd ready = {m_listener.fd(), POLLIN, 0};
             if (poll(&ready, 1, pollMilliseconds) <= 0)
                 continue;
-            const int connection = accept(m_listener, nullptr, nullptr);
+            const int connection = accept(m_listener.fd(), nullptr, nullptr);
             if (connection >= 0)
                 m_listeners.emplace_back([this, connection] {
                     serve(connection);
@@ -165,8 +158,7 @@ private:
     const std::string m_title;
     const std::string m_tone;
     const std::size_t m_resetAfterAudio;
-    int m_listener = -1;
-    int m_port = 0;
+    LoopbackListener m_listener{8};
     std::thread m_acceptor;
     std::vector<std::thread> m_listeners; // touched by the acceptor only, until it is joined
     std::atomic<bool> m_stopping{false};

@@ -7,6 +7,8 @@
 // with a scripted reply whose body goes out in the given pieces, with a pause
 // after each, so that the client receives them one by one.
 
+#include "support/loopback_listener.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -43,28 +45,22 @@ public:
     explicit ScriptedHttpServer(std::function<ScriptedReply(const ScriptedRequest &)> script)
         : m_script(std::move(script))
     {
-        m_listener = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (m_listener < 0 || bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-            || listen(m_listener, 8) != 0
-            || getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &length) != 0)
+        if (!m_listener.listening())
             throw std::runtime_error("the scripted server cannot listen");
-        m_port = ntohs(address.sin_port);
         m_thread = std::thread([this] { serve(); });
     }
     ~ScriptedHttpServer()
     {
         m_stopping = true;
         m_thread.join();
-        close(m_listener);
     }
     ScriptedHttpServer(const ScriptedHttpServer &) = delete;
     ScriptedHttpServer &operator=(const ScriptedHttpServer &) = delete;
 
-    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
+    std::string url(const std::string &path) const
+    {
+        return "http://127.0.0.1:" + std::to_string(m_listener.port()) + path;
+    }
 
     std::vector<ScriptedRequest> received()
     {
@@ -76,10 +72,10 @@ private:
     void serve()
     {
         while (!m_stopping) {
-            pollfd waiting{m_listener, POLLIN, 0};
+            pollfd waiting{m_listener.fd(), POLLIN, 0};
             if (poll(&waiting, 1, 50) <= 0)
                 continue;
-            const int client = accept(m_listener, nullptr, nullptr);
+            const int client = accept(m_listener.fd(), nullptr, nullptr);
             if (client < 0)
                 continue;
             answer(client);
@@ -157,8 +153,7 @@ private:
     }
 
     std::function<ScriptedReply(const ScriptedRequest &)> m_script;
-    int m_listener = -1;
-    int m_port = 0;
+    LoopbackListener m_listener{8};
     std::atomic<bool> m_stopping{false};
     std::mutex m_mutex;
     std::vector<ScriptedRequest> m_received;

@@ -6,11 +6,7 @@
 // needs it), and a service handler that only notes what it is told.
 
 #include "media/eservice.h"
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "support/loopback_listener.h"
 
 #include <string>
 #include <vector>
@@ -21,34 +17,11 @@
 class SilentDirectory
 {
 public:
-    SilentDirectory()
-    {
-        m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = 0;
-        if (m_fd < 0 || ::bind(m_fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-            || ::listen(m_fd, 16) != 0)
-            return;
-        socklen_t length = sizeof address;
-        if (::getsockname(m_fd, reinterpret_cast<sockaddr *>(&address), &length) == 0)
-            m_port = ntohs(address.sin_port);
-    }
-    ~SilentDirectory()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    SilentDirectory(const SilentDirectory &) = delete;
-    SilentDirectory &operator=(const SilentDirectory &) = delete;
-
-    bool listening() const { return m_port > 0; }
-    std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(m_port); }
+    bool listening() const { return m_listener.listening(); }
+    std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(m_listener.port()); }
 
 private:
-    int m_fd = -1;
-    int m_port = 0;
+    LoopbackListener m_listener{16};
 };
 
 // A media handler that plays nothing and remembers the calls.
