@@ -19,6 +19,7 @@
 #include "media/gstreamer/audio_sink.h"
 #include "media/gstreamer/gst_runtime.h"
 #include "media/gstreamer/register_stream_handler.h"
+#include "support/gstreamer_sanitizer_settings.h"
 #include "support/station_server_process.h"
 #include "support/temp_dir.h"
 #include "system/putils.h"
@@ -196,4 +197,8 @@ const bool registered = [] {
 
 } // namespace
 
-TARNWAVE_BENCH_MAIN()
+int main(int argc, char **argv)
+{
+    useMallocForGlibSlices(argv);
+    return bench::runAndReport(argc, argv);
+}

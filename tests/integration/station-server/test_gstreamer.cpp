@@ -3,6 +3,7 @@
 // station title arriving as a tag.
 
 #include "raw_http.h"
+#include "support/gstreamer_sanitizer_settings.h"
 #include "support/station_server_process.h"
 #include "xml_document.h"
 
@@ -141,31 +142,6 @@ std::vector<XmlElement> topStations(const StationServerProcess &server)
 }
 
 } // namespace
-
-// In a sanitizer build: GLib and GStreamer are built without frame pointers,
-// so allocation stacks are taken the slow way, which lets the suppressions
-// name the places where GStreamer keeps memory on purpose or loses it in its
-// own threads. Nothing of this test or of the server is suppressed (the
-// server is another process).
-// - _dl_init (or ld-linux where the loader has no symbols): GLib's quark
-//   table, grown from its library constructor;
-// - libgstsoup.so: the HTTP source runs libsoup in a main loop of its own;
-// - gst_structure_free: the HTTP source shares its libsoup session through a
-//   GstContext held by the pipeline; freeing the pipeline's contexts drops the
-//   session, whose teardown hands a small block to libsoup's thread that is
-//   already gone.
-extern "C" const char *__asan_default_options()
-{
-    return "fast_unwind_on_malloc=0:malloc_context_size=20";
-}
-
-extern "C" const char *__lsan_default_suppressions()
-{
-    return "leak:_dl_init\n"
-           "leak:ld-linux\n"
-           "leak:libgstsoup.so\n"
-           "leak:gst_structure_free\n";
-}
 
 TEST(StationServerGStreamer, StreamDecodesAndCarriesTheTitle)
 {
