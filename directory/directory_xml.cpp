@@ -2,9 +2,9 @@
 // favourites file) into the rows of the list that was asked for.
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
 #include "base/econfig.h"
+#include "base/messages.h"
 #include "net/ehttpconnection.h"
 #include "net/ehttpdownloadxml.h"
 #include "net/xmltree.h"

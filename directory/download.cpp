@@ -3,7 +3,6 @@
 // status line of a transfer that failed.
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
 #include "directory/directory_url.h"
 #include "directory/ehttpdownloadstring.h"
@@ -11,6 +10,7 @@
 
 #include "base/econfig.h"
 #include "base/elog.h"
+#include "base/messages.h"
 #include "net/ehttpconnection.h"
 #include "net/ehttpdownloadxml.h"
 #include "net/xmltree.h"

@@ -2,9 +2,9 @@
 // playback through the host's media service.
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
 #include "base/elog.h"
+#include "base/messages.h"
 #include "media/eservice.h"
 #include "net/ehttpconnection.h"
 

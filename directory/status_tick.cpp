@@ -5,12 +5,12 @@
 
 #include "plugin/ctarnwave.h"
 #include "plugin/ctarnwavehide.h"
-#include "plugin/translation.h"
 #include "record/recorder.h"
 
 #include "base/boxpath.h"
 #include "base/econfig.h"
 #include "base/elog.h"
+#include "base/messages.h"
 #include "gui/emessagebox.h"
 #include "media/eservice.h"
 

@@ -1,12 +1,11 @@
 #include "model/my_listbox.h"
 
 #include "base/estring.h"
+#include "base/messages.h"
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
-
-#include <libintl.h>
 
 #include <utility>
 
@@ -15,11 +14,6 @@
 int my_ListBox::EntryHeight = 2 * eListBoxEntryText::getEntryHeight();
 
 namespace {
-
-const char *translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
 
 // The info line of a station row: "bitrate: 128<tab>genre: Jazz", either part
 // only when the record has it, else the row's own address.

@@ -3,8 +3,8 @@
 // the timer, playback, the TV decoder and a transfer still running.
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
+#include "base/messages.h"
 #include "gui/eaction.h"
 #include "gui/ebutton.h"
 #include "gui/eskin.h"

@@ -3,8 +3,8 @@
 // order named on the red key.
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
+#include "base/messages.h"
 #include "gui/eskin.h"
 #include "system/plabel.h"
 

@@ -9,10 +9,10 @@
 #include "support/ratio_report.h"
 
 #include "plugin/ctarnwave.h"
-#include "plugin/translation.h"
 
 #include "base/ebase.h"
 #include "base/econfig.h"
+#include "base/messages.h"
 #include "gui/escreen.h"
 #include "gui/eskin.h"
 #include "media/eservice.h"

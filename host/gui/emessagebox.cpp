@@ -1,6 +1,7 @@
 #include "gui/emessagebox.h"
 
 #include "base/ebase.h"
+#include "base/messages.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
 #include "gui/escreen.h"
@@ -9,10 +10,7 @@
 #include "gui/gpixmap.h"
 #include "gui/json_writer.h"
 
-#include <libintl.h>
-
 #include <algorithm>
-#include <clocale>
 
 namespace {
 
@@ -53,11 +51,6 @@ const char *iconImageName(int flags)
     if (flags & eMessageBox::iconInfo)
         return "messagebox.info";
     return nullptr;
-}
-
-const char *translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
 }
 
 // The width of the widest line of `message`, unwrapped.

@@ -2,14 +2,12 @@
 
 #include "base/boxpath.h"
 #include "base/elog.h"
+#include "base/messages.h"
 #include "gui/eaction.h"
 #include "gui/elabel.h"
 #include "gui/eskin.h"
 
-#include <libintl.h>
-
 #include <algorithm>
-#include <clocale>
 #include <filesystem>
 #include <system_error>
 
@@ -19,11 +17,6 @@ namespace {
 
 constexpr int clientWidth = 500;
 constexpr int visibleRows = 9;
-
-const char *translate(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
 
 // "/a/b/" for "/a/b", "a/b/" or "/a//b": absolute, one slash between parts,
 // one at the end.
@@ -65,7 +58,7 @@ pBrowser::pBrowser(const eString &path, int mode, const eString &title) : eWindo
     const int lineHeight = fontSize + 8;
     cresize(eSize(clientWidth, lineHeight + listHeight + lineHeight + 10));
     cmove(ePoint((720 - clientWidth) / 2, (576 - getClientSize().height()) / 2));
-    setText(title.empty() ? eString(translate("Select directory")) : title);
+    setText(title.empty() ? eString(translated("Select directory")) : title);
 
     m_pathLabel = new eLabel(this, eLabel::flagVCenter | eLabel::flagNoWrap);
     m_pathLabel->move(ePoint(8, 0));
@@ -80,8 +73,8 @@ pBrowser::pBrowser(const eString &path, int mode, const eString &title) : eWindo
     m_help = new eLabel(this, eLabel::flagVCenter | eLabel::flagNoWrap);
     m_help->move(ePoint(8, lineHeight + listHeight + 5));
     m_help->resize(eSize(clientWidth - 16, lineHeight));
-    m_help->setText(eString(translate("OK: open")) + "    " + translate("green: choose") + "    "
-                    + translate("exit: cancel"));
+    m_help->setText(eString(translated("OK: open")) + "    " + translated("green: choose") + "    "
+                    + translated("exit: cancel"));
 
     addActionMap(&i_shortcutActions->map);
 

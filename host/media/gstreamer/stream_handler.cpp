@@ -4,18 +4,10 @@
 #include "media/gstreamer/stream_player.h"
 
 #include "base/elog.h"
-
-#include <libintl.h>
-
-#include <clocale>
+#include "base/messages.h"
 
 namespace boxmedia {
 namespace {
-
-eString translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
 
 // What went wrong with an attempt that did not play on.
 std::string outcomeOf(const StreamPlayer &player)

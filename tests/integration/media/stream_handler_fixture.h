@@ -15,18 +15,9 @@
 
 #include <gtest/gtest.h>
 
-#include <libintl.h>
-
 #include <chrono>
-#include <clocale>
 #include <cstdlib>
 #include <string>
-
-// The state text `text` in the language in use.
-inline std::string translated(const char *text)
-{
-    return dcgettext(nullptr, text, LC_MESSAGES);
-}
 
 class StreamHandlerTest : public ::testing::Test
 {

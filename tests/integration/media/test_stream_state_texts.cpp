@@ -101,8 +101,8 @@ TEST(StreamStateTextCatalogue, GermanHasEveryStateText)
 {
     eApplication app;
     setMessageLanguage("de");
-    EXPECT_EQ(translated("connecting..."), "verbindet...");
-    EXPECT_EQ(translated("buffering..."), "puffert...");
-    EXPECT_EQ(translated("playing..."), "spielt...");
+    EXPECT_STREQ(translated("connecting..."), "verbindet...");
+    EXPECT_STREQ(translated("buffering..."), "puffert...");
+    EXPECT_STREQ(translated("playing..."), "spielt...");
     setMessageLanguage("");
 }

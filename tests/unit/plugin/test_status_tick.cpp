@@ -111,7 +111,7 @@ TEST_F(StatusTick, TheStateTextIsComparedWithTheTranslationOfPlaying)
 {
     setMessageLanguage("de");
     playStation();
-    player.stateText = dcgettext(nullptr, "playing...", LC_MESSAGES);
+    player.stateText = translated("playing...");
     ASSERT_NE(player.stateText, "playing...") << "the German catalogue is built";
     window->Sstatus();
     EXPECT_TRUE(window->px_play->isVisible());
