@@ -92,6 +92,21 @@ void appendUtf8(std::string &out, char32_t codePoint)
     }
 }
 
+bool isUtf8(std::string_view text)
+{
+    static constexpr std::string_view encodedReplacement = "\xef\xbf\xbd";
+    const char *position = text.data();
+    const char *end = position + text.size();
+    while (position < end) {
+        const char *start = position;
+        // A replacement stands for damage unless the text itself held U+FFFD.
+        if (decodeUtf8(position, end) == replacementCharacter
+            && std::string_view(start, static_cast<std::size_t>(position - start)) != encodedReplacement)
+            return false;
+    }
+    return true;
+}
+
 std::size_t utf8Length(std::string_view text)
 {
     std::size_t count = 0;

@@ -26,6 +26,10 @@ std::u32string decodeUtf8(std::string_view text);
 // above U+10FFFF).
 void appendUtf8(std::string &out, char32_t codePoint);
 
+// True when `text` is well-formed UTF-8 throughout: decodeUtf8 would replace
+// nothing.
+bool isUtf8(std::string_view text);
+
 // The number of code points decodeUtf8 would give.
 std::size_t utf8Length(std::string_view text);
 

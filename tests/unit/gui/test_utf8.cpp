@@ -115,6 +115,19 @@ TEST(Utf8, EncodesWhatItDecodes)
     EXPECT_EQ(decode(invalid), (std::u32string{bad, bad}));
 }
 
+TEST(Utf8, TellsWellFormedTextFromDamagedText)
+{
+    EXPECT_TRUE(boxtext::isUtf8(""));
+    EXPECT_TRUE(boxtext::isUtf8("plain ASCII"));
+    EXPECT_TRUE(boxtext::isUtf8("Caf\xc3\xa9 \xe2\x99\xab \xf0\x9d\x84\x9e"));
+    EXPECT_TRUE(boxtext::isUtf8("a real \xef\xbf\xbd stays"));
+    EXPECT_FALSE(boxtext::isUtf8("Caf\xe9")) << "Latin-1";
+    EXPECT_FALSE(boxtext::isUtf8("\xc0\xaf")) << "overlong";
+    EXPECT_FALSE(boxtext::isUtf8("\xed\xa0\x80")) << "surrogate";
+    EXPECT_FALSE(boxtext::isUtf8("cut \xe2\x99")) << "cut off";
+    EXPECT_FALSE(boxtext::isUtf8("\xf0\x9d\x84")) << "cut off after three bytes";
+}
+
 TEST(Utf8, FindsTheStartOfTheLastCharacter)
 {
     const std::string text = "a\xc3\xa4\xe2\x82\xac";
