@@ -11,15 +11,13 @@
 #include "base/econfig.h"
 #include "base/elog.h"
 #include "base/messages.h"
+#include "base/whole_file.h"
 #include "gui/emessagebox.h"
 #include "media/eservice.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -60,39 +58,22 @@ std::optional<FileIdentity> undeletableMessageFile;
 
 // The whole text of the recorder's message file, each line followed by "\n";
 // nothing when there is no such file. Anything but a regular file (a FIFO, a
-// device, a directory) counts as no file, and opening never waits.
+// device, a directory) counts as no file, and is never waited for.
 std::optional<eString> readRecorderMessages(const std::string &path, FileIdentity &identity)
 {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
-        return std::nullopt;
     struct stat status = {};
-    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(fd);
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
-    }
     identity = FileIdentity{status.st_dev, status.st_ino, status.st_size, status.st_mtim};
-    if (undeletableMessageFile && *undeletableMessageFile == identity) {
-        ::close(fd);
+    if (undeletableMessageFile && *undeletableMessageFile == identity)
         return std::nullopt;
-    }
-    FILE *file = ::fdopen(fd, "r");
-    if (!file) {
-        ::close(fd);
+    std::string text;
+    if (boxfile::readWholeFile(path, text) != 0)
         return std::nullopt;
-    }
-    eString text;
-    char *line = nullptr;
-    std::size_t capacity = 0;
-    ssize_t length;
-    while ((length = ::getline(&line, &capacity, file)) > 0) {
-        text.append(line, static_cast<std::size_t>(length));
-        if (text.back() != '\n')
-            text += '\n';
-    }
-    std::free(line);
-    std::fclose(file);
-    return text;
+    // Lines joined, each followed by "\n": only a last line without one lacks it.
+    if (!text.empty() && text.back() != '\n')
+        text += '\n';
+    return eString(text);
 }
 
 // Shows what the recorder left in its message file, in a modal box, and

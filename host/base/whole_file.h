@@ -14,7 +14,9 @@
 namespace boxfile {
 
 // Reads the whole file at `path` into `contents` (appending). Returns 0 on
-// success, otherwise an errno value (EISDIR for a directory).
+// success, otherwise an errno value: EISDIR for a directory, EINVAL for
+// anything else that is not a regular file (a FIFO, a device, a socket),
+// which is never waited for.
 int readWholeFile(const std::string &path, std::string &contents);
 
 struct AtomicWriteOptions

@@ -130,3 +130,14 @@ TEST(WholeFile, ReadingAMissingFileOrADirectoryGivesTheError)
     EXPECT_EQ(boxfile::readWholeFile(dir.str(), read), EISDIR);
     EXPECT_TRUE(read.empty());
 }
+
+TEST(WholeFile, AFifoOrADeviceIsNoFileAndIsNotWaitedFor)
+{
+    TempDir dir;
+    const std::string fifo = (dir.path() / "fifo").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string read;
+    EXPECT_EQ(boxfile::readWholeFile(fifo, read), EINVAL) << "nobody writes to it: it would wait for ever";
+    EXPECT_EQ(boxfile::readWholeFile("/dev/zero", read), EINVAL) << "it would never end";
+    EXPECT_TRUE(read.empty());
+}
