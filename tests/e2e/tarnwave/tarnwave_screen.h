@@ -11,12 +11,20 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <regex>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace tarnwave_e2e {
+
+// The emulators these tests start show their texts in English, unless a test
+// sets another language before it starts one.
+inline const bool englishByDefault = [] {
+    setenv("TARNWAVE_LANGUAGE", "en", 1);
+    return true;
+}();
 
 // The main window's title: the text of the top-level window of type eWindow
 // that is not the host's menu; empty while it is not shown.

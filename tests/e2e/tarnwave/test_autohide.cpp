@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <optional>
 #include <regex>
 #include <string>
@@ -20,11 +19,6 @@ using namespace std::chrono_literals;
 using tarnwave_e2e::Screen;
 
 namespace {
-
-const bool english = [] {
-    setenv("TARNWAVE_LANGUAGE", "en", 1);
-    return true;
-}();
 
 // The height of the main window, or nothing while it is not shown.
 std::optional<int> mainWindowHeight(const std::string &widgets)

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <regex>
 #include <string>
 
@@ -17,12 +16,6 @@ using tarnwave_e2e::requestsFor;
 using tarnwave_e2e::titleOf;
 
 namespace {
-
-// The texts are checked in English.
-const bool english = [] {
-    setenv("TARNWAVE_LANGUAGE", "en", 1);
-    return true;
-}();
 
 class Browsing : public ::testing::Test
 {

@@ -28,12 +28,6 @@ using tarnwave_e2e::textStartingWith;
 
 namespace {
 
-// The texts are checked in English unless a test says otherwise.
-const bool english = [] {
-    setenv("TARNWAVE_LANGUAGE", "en", 1);
-    return true;
-}();
-
 const std::string firstTitle = "Zoë Café - Erster Titel";
 const std::string secondTitle = "Second Title - Straße";
 

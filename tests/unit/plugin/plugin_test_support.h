@@ -5,12 +5,16 @@
 // application loop, and the skin the box uses (the built default skin, or the
 // test skin that lacks the colour-key captions and "fontsize").
 
+#include "plugin/ctarnwave.h"
+
 #include "base/ebase.h"
 #include "base/econfig.h"
+#include "base/messages.h"
 #include "gui/escreen.h"
 #include "gui/eskin.h"
 #include "support/run_loop.h"
 #include "support/temp_dir.h"
+#include "system/decoder.h"
 
 #include <gtest/gtest.h>
 
@@ -59,6 +63,41 @@ public:
     TempBoxRoot root;
     eApplication app;
     std::unique_ptr<eSkin> skin;
+};
+
+// A box with Tarnwave's main window shown on it, in English, on the TV service
+// of a freshly started box. The window is made in SetUp, so that a derived
+// fixture can prepare the box in its constructor, and goes in TearDown,
+// before the derived fixture's members (a stand-in player, say). What the
+// window changes of the process (language, sort order, decoder) is put back.
+class ShownMainWindow : public ::testing::Test
+{
+protected:
+    ShownMainWindow()
+    {
+        setMessageLanguage("");
+        Decoder::reset();
+    }
+    ~ShownMainWindow() override
+    {
+        setMessageLanguage("");
+        Listentry::setSort = Listentry::SORT_INDEX;
+        Decoder::reset();
+    }
+
+    void SetUp() override
+    {
+        window = std::make_unique<Ctarnwave>();
+        window->show();
+    }
+    void TearDown() override { window.reset(); }
+
+    // For tests that run the status ticks themselves: the first tick that
+    // the window planned does not come.
+    void stopTicks() { window->statusTimer->stop(); }
+
+    Box box;
+    std::unique_ptr<Ctarnwave> window;
 };
 
 } // namespace plugintest

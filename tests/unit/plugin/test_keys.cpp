@@ -46,30 +46,14 @@ std::vector<std::string> namesOf(eListBox<my_ListBox> *list)
 
 // A shown main window whose directory takes requests and never answers, so a
 // transfer that a key starts stays visible; in English, on a fresh decoder.
-class Keys : public ::testing::Test
+class Keys : public plugintest::ShownMainWindow
 {
 protected:
-    Keys()
-    {
-        setMessageLanguage("");
-        Decoder::reset();
-        box.directoryUrl(directory.baseUrl());
-        window = std::make_unique<Ctarnwave>();
-        window->show();
-    }
-    ~Keys() override
-    {
-        window.reset();
-        setMessageLanguage("");
-        Listentry::setSort = Listentry::SORT_INDEX;
-        Decoder::reset();
-    }
+    Keys() { box.directoryUrl(directory.baseUrl()); }
 
     static bool press(const char *key) { return eScreen::osd().handleKey(key); }
 
-    plugintest::Box box;
     SilentDirectory directory;
-    std::unique_ptr<Ctarnwave> window;
 };
 
 TEST_F(Keys, InTheCompactViewRedOnlyRestoresTheFullView)

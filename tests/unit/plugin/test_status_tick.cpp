@@ -30,23 +30,13 @@ constexpr int autohideHide = 62;
 
 // A shown main window whose ticks the test runs itself: the timer the window
 // planned is stopped, so that only the test's calls of Sstatus count.
-class StatusTick : public ::testing::Test
+class StatusTick : public plugintest::ShownMainWindow
 {
 protected:
-    StatusTick()
+    void SetUp() override
     {
-        setMessageLanguage("");
-        Decoder::reset();
-        window = std::make_unique<Ctarnwave>();
-        window->show();
-        window->statusTimer->stop();
-    }
-    ~StatusTick() override
-    {
-        window.reset();
-        setMessageLanguage("");
-        Listentry::setSort = Listentry::SORT_INDEX;
-        Decoder::reset();
+        ShownMainWindow::SetUp();
+        stopTicks();
     }
 
     static void setAutohide(int value) { eConfig::getInstance()->setKey("/tarnwave/autohide", value); }
@@ -74,9 +64,7 @@ protected:
         window->Sstatus();
     }
 
-    plugintest::Box box;
     StreamPlayerDouble player;
-    std::unique_ptr<Ctarnwave> window;
 };
 
 TEST_F(StatusTick, PlayingStreamShowsThePlayIconAndTheTitleLine)

@@ -40,23 +40,9 @@ std::vector<int> indexesOf(eListBox<my_ListBox> *list)
     return indexes;
 }
 
-// A shown main window in English; the sort order is put back afterwards.
-class Views : public ::testing::Test
+class Views : public plugintest::ShownMainWindow
 {
 protected:
-    Views()
-    {
-        setMessageLanguage("");
-        window = std::make_unique<Ctarnwave>();
-        window->show();
-    }
-    ~Views() override
-    {
-        window.reset();
-        setMessageLanguage("");
-        Listentry::setSort = Listentry::SORT_INDEX;
-    }
-
     // Three stations whose index, bitrate and name orders all differ.
     void fillStations(int list)
     {
@@ -64,9 +50,6 @@ protected:
         new my_ListBox(window->lists[list], station(2, "Alpha", "64"), false);
         new my_ListBox(window->lists[list], station(3, "Zulu", "320"), false);
     }
-
-    plugintest::Box box;
-    std::unique_ptr<Ctarnwave> window;
 };
 
 TEST_F(Views, ThreeRedPressesNameBitrateNameIndexInTurnAndEndInIndexOrder)

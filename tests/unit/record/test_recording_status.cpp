@@ -42,21 +42,13 @@ struct ShownBox
     bool tickPlanned = true; // the status timer while the box was up
 };
 
-class RecordingStatus : public ::testing::Test
+class RecordingStatus : public plugintest::ShownMainWindow
 {
 protected:
-    RecordingStatus()
+    void SetUp() override
     {
-        setMessageLanguage("");
-        Decoder::reset();
-        window = std::make_unique<Ctarnwave>();
-        window->show();
-        window->statusTimer->stop();
-    }
-    ~RecordingStatus() override
-    {
-        window.reset();
-        Decoder::reset();
+        ShownMainWindow::SetUp();
+        stopTicks();
     }
 
     // boxPath("/tmp/.streamdebug"), with the box's /tmp made.
@@ -88,10 +80,8 @@ protected:
         return shown;
     }
 
-    plugintest::Box box;
     TempDir processDir;
     std::optional<NamedSleeper> recorder;
-    std::unique_ptr<Ctarnwave> window;
 };
 
 TEST_F(RecordingStatus, TheMarkIsOffOnTheFirstTickAndOnOnTheSecond)
