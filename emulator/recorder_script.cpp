@@ -21,10 +21,17 @@ complaints="$root/tmp/.streamripper.err"
 
 case "$1" in
 start)
-    if [ -z "$2" ]; then
+    case "$2" in
+    "")
         echo "streamripper_script.sh: start needs a stream URL" >>"$debug"
         exit 1
-    fi
+        ;;
+    -*)
+        # The recorder would take it for one of its options.
+        echo "streamripper_script.sh: not a stream URL: $2" >>"$debug"
+        exit 1
+        ;;
+    esac
     if [ ! -x "$root$DAEMON" ]; then
         echo "streamripper_script.sh: the recorder $DAEMON is missing" >>"$debug"
         exit 1

@@ -8,7 +8,9 @@
 #include "base/elog.h"
 #include "net/xmltree.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,6 +49,25 @@ bool closeAndReplace(std::FILE *written, const std::string &temporaryPath, const
     return false;
 }
 
+// Moves a favourites file that did not parse out of the way, to the first
+// free name of path.broken, path.broken.1, ...; false when it is still there.
+bool putAside(const std::string &path)
+{
+    std::string aside = path + ".broken";
+    struct stat existing = {};
+    for (int n = 1; lstat(aside.c_str(), &existing) == 0; ++n)
+        aside = path + ".broken." + std::to_string(n);
+    if (std::rename(path.c_str(), aside.c_str()) != 0) {
+        if (errno == ENOENT)
+            return true; // gone meanwhile: nothing to keep
+        eWarning("[TWV] the favourites file %s did not parse and cannot be put aside (%s); not written over",
+                 path.c_str(), std::strerror(errno));
+        return false;
+    }
+    eWarning("[TWV] the favourites file did not parse; kept as %s", aside.c_str());
+    return true;
+}
+
 } // namespace
 
 void read_genrelist(Ctarnwave &window)
@@ -60,6 +81,7 @@ void read_genrelist(Ctarnwave &window, const GenrelistPieceParser &parsePiece)
     std::FILE *file = std::fopen(path.c_str(), "rt");
     if (!file) {
         eDebug("[TWV] <read> %s", path.c_str());
+        window.favouritesUnparsed = false;
         return;
     }
 
@@ -71,6 +93,7 @@ void read_genrelist(Ctarnwave &window, const GenrelistPieceParser &parsePiece)
         const int isFinal = length < sizeof piece ? 1 : 0;
         if (!parsePiece(*window.xmlParser, piece, static_cast<int>(length), isFinal)) {
             std::fclose(file);
+            window.favouritesUnparsed = true;
             window.lb_status->setText("XML parse error.");
             delete window.xmlParser;
             window.xmlParser = nullptr;
@@ -78,6 +101,7 @@ void read_genrelist(Ctarnwave &window, const GenrelistPieceParser &parsePiece)
         }
         if (isFinal) {
             std::fclose(file);
+            window.favouritesUnparsed = false;
             window.parseXML();
             delete window.xmlParser;
             window.xmlParser = nullptr;
@@ -91,6 +115,12 @@ void Ctarnwave::write_genrelist()
     // Written beside the file and renamed over it, so that a crash or a full
     // disk never leaves half a list; failing to write is not reported.
     const std::string path = boxPath(genrelistPath);
+    // A file that did not parse may hold favourites the list never got.
+    if (favouritesUnparsed) {
+        if (!putAside(path))
+            return;
+        favouritesUnparsed = false;
+    }
     const std::string temporaryPath = temporaryPathFor(path);
     std::FILE *file = std::fopen(temporaryPath.c_str(), "w");
     if (!file)

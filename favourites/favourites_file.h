@@ -12,7 +12,9 @@
 //   </genrelist>
 //
 // Reading is the favourites branch of Ctarnwave::start_download; writing is
-// Ctarnwave::write_genrelist.
+// Ctarnwave::write_genrelist. A file that did not parse when it was read is
+// renamed aside (genrelist.xml.broken, then .broken.1, ...) before the list is
+// first written over it, so that favourites the list never got are not lost.
 
 #include "base/estring.h"
 
@@ -36,7 +38,8 @@ using GenrelistPieceParser = std::function<int(XMLTreeParser &parser, const char
 // Reads the favourites file into window.xmlParser (which start_download has
 // just made afresh) and, when it parsed, into the favourites list. A missing
 // file changes nothing and says nothing; a file that is not well-formed leaves
-// the list as it was and says "XML parse error." in the status line. The
+// the list as it was, says "XML parse error." in the status line and sets
+// window.favouritesUnparsed. The
 // parser is deleted afterwards, except when the file could not be opened.
 void read_genrelist(Ctarnwave &window);
 // The same with each piece handed to `parsePiece` instead of straight to the

@@ -1,16 +1,19 @@
 // The main window's answer to the remote control: the colour keys switch
-// lists and the sort order, the recorder key signals the recorder, exit
-// leaves, any key brings the compact bar back to the full window; and OK on a
-// row opens a genre or plays a station.
+// lists and the sort order, the recorder key signals the recorder, the menu
+// key opens the settings menu (plugin/menu_actions.cpp), a digit jumps to a
+// row by its number, exit leaves, any key brings the compact bar back to the
+// full window; and OK on a row opens a genre or plays a station.
 
 #include "plugin/ctarnwave.h"
 
+#include "dialogs/numberw.h"
 #include "directory/directory_url.h"
 
 #include "base/econfig.h"
 #include "base/elog.h"
 #include "gui/eaction.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 int Ctarnwave::eventHandler(const eWidgetEvent &event)
@@ -58,12 +61,43 @@ int Ctarnwave::eventHandler(const eWidgetEvent &event)
         // The signal goes to every running recorder; killall returns at once.
         if (const int status = std::system("killall -SIGUSR1 streamripper"); status != 0)
             eDebug("[TWV] no recorder to signal (status %d)", status);
+    } else if (action == &i_epgSelectorActions->menu) {
+        openSetupMenu();
+    } else if (const int digit = i_shortcutActions->digitOf(action); digit >= 1 && digit <= 9) {
+        jumpToNumber(digit);
     } else {
-        // The menu comes with the settings menu, the digits with the number
-        // input; until then they go to the window.
         return eWindow::eventHandler(event);
     }
     return 1;
+}
+
+void Ctarnwave::jumpToNumber(int digit)
+{
+    eListBox<my_ListBox> *list = lists[currentList];
+    const int rowCount = list->getCount();
+    if (rowCount == 0)
+        return;
+
+    hide();
+    int wanted = -1;
+    {
+        numberW input(digit, rowCount);
+        input.show();
+        wanted = input.exec();
+        input.hide();
+    }
+
+    if (wanted > 0) {
+        wanted = std::min(wanted, rowCount);
+        // By the number the row shows, not by its place: after a sort by name
+        // the row numbered 5 is still the fifth station the directory sent.
+        list->beginAtomic();
+        my_ListBox *numbered = list->forEachEntry([wanted](my_ListBox &row) { return row.entry->index == wanted; });
+        if (numbered)
+            list->setCurrent(numbered);
+        list->endAtomic();
+    }
+    show();
 }
 
 void Ctarnwave::listeselected(my_ListBox *row)

@@ -1,8 +1,11 @@
 // The main window's construction and teardown: the screen built from the skin
 // and in code, the first list, the title and the status timer; on the way out
-// the timer, playback, the TV decoder and a transfer still running.
+// a recording (the user decides whether it goes on), the timer, playback, the
+// TV decoder and a transfer still running.
 
 #include "plugin/ctarnwave.h"
+
+#include "record/recorder.h"
 
 #include "base/messages.h"
 #include "gui/eaction.h"
@@ -63,6 +66,7 @@ Ctarnwave::Ctarnwave()
     idleTicks = 0;
     stream = nullptr;
     selectedEntry = nullptr;
+    favouritesUnparsed = false;
     // What the TV service that ran before us had, to be handed back at the end.
     savedDecoderParms[0] = Decoder::parms.vpid;
     savedDecoderParms[1] = Decoder::parms.apid;
@@ -127,8 +131,9 @@ Ctarnwave::Ctarnwave()
 
 Ctarnwave::~Ctarnwave()
 {
-    // A recording that still runs is dealt with here first (the user is asked
-    // whether to stop it): stoprecord(true) comes with the recorder control.
+    // A recording that still runs is dealt with first: the user is asked
+    // whether to stop it, and one that is kept goes on after we have ended.
+    stoprecord(true);
 
     if (statusTimer->isActive())
         statusTimer->stop();

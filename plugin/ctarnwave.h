@@ -11,7 +11,8 @@
 //                decoder and the status tick
 //   favourites/  the favourites file
 // The background-mode window is Ctarnwavehide (plugin/ctarnwavehide.h); the
-// recorder control is in record/.
+// recorder control is in record/; the settings menu, the search window and the
+// number window are in dialogs/.
 
 #include "gui/elabel.h"
 #include "gui/elistbox.h"
@@ -37,12 +38,12 @@ public:
     int eventHandler(const eWidgetEvent &event) override;
 
     // --- fields, in this order
-    bool fullView;             // full window with the list (true) or the compact status bar (false)
-    int savedDecoderParms[3];  // 1st, 2nd and 6th int of Decoder::parms as found at start
-    int currentList;           // the list shown: 0 favourites, 1 genres, 2 top list, 3 search or genre
-    int idleTicks;             // status ticks since the last remote-control action
-    eString lastRequest;       // the text of the last search or opened genre (list 3)
-    eServiceHandler *stream;   // the handler playing the station; borrowed; null when nothing plays
+    bool fullView; // full window with the list (true) or the compact status bar (false)
+    int savedDecoderParms[3]; // 1st, 2nd and 6th int of Decoder::parms as found at start
+    int currentList; // the list shown: 0 favourites, 1 genres, 2 top list, 3 search or genre
+    int idleTicks; // status ticks since the last remote-control action
+    eString lastRequest; // the text of the last search or opened genre (list 3)
+    eServiceHandler *stream; // the handler playing the station; borrowed; null when nothing plays
     my_ListBox *selectedEntry; // the station row last chosen with OK; null once that row is deleted
     eListBox<my_ListBox> *lists[4];
     eLabel *bt_red, *bt_green, *bt_yellow, *bt_blue;
@@ -51,11 +52,12 @@ public:
     eLabel *px_key32, *px_key12, *px_play, *px_pause, *px_record;
     pLabel *ln_horizontal, *ln_vertical;
     eTimer *statusTimer;
-    eHTTPConnection *connection;    // the running transfer; null when idle
-    XMLTreeParser *xmlParser;       // the parser of the running list request
-    eHTTPDownloadXML *xmlSink;      // the sink of the running list transfer
-    eHTTPDownloadString *strSink;   // the sink of the running playlist transfer
-    eString playlistText;           // the body of the last playlist transfer
+    eHTTPConnection *connection; // the running transfer; null when idle
+    XMLTreeParser *xmlParser; // the parser of the running list request
+    eHTTPDownloadXML *xmlSink; // the sink of the running list transfer
+    eHTTPDownloadString *strSink; // the sink of the running playlist transfer
+    eString playlistText; // the body of the last playlist transfer
+    bool favouritesUnparsed; // the favourites file did not parse when read: put it aside before writing
 
     // --- operations
     void SortSet(bool reset);
@@ -76,6 +78,16 @@ public:
     void switch_window(bool initial);
     void write_genrelist();
     void xml_TransferDone(int error);
+
+private:
+    // The settings menu and what its result asks for (plugin/menu_actions.cpp).
+    void openSetupMenu();
+    void deleteCurrentFavourite();
+    void addSelectedToFavourites();
+    void searchStations();
+    void chooseRecordingDirectory();
+    // The number window opened with `digit`, and the jump to the row it names.
+    void jumpToNumber(int digit);
 };
 
 #endif

@@ -2,6 +2,7 @@
 // that a loaded list is not fetched again, red, exit, the compact bar that any
 // key brings back, and OK on a genre or station row.
 
+#include "modal_script.h"
 #include "plugin_test_support.h"
 #include "shell_test_doubles.h"
 
@@ -288,12 +289,16 @@ TEST_F(Keys, OkWithoutARowDoesNothing)
 
 TEST_F(Keys, AnyKeyStartsTheIdleCountAgain)
 {
-    // Keys that reach the window; an empty list lets up and down pass.
+    // Keys that reach the window; an empty list lets up and down pass, and
+    // the digit opens nothing. The menu is left at once.
+    plugintest::ModalScript script(box.app);
+    script.expect("setup_menu", [](eWidget &) { press("exit"); });
     for (const char *key : {"up", "down", "red", "blue", "menu", "5"}) {
         window->idleTicks = 12;
         press(key);
         EXPECT_EQ(window->idleTicks, 0) << key;
     }
+    EXPECT_TRUE(script.finished()) << script.problems();
 }
 
 } // namespace

@@ -50,6 +50,12 @@ protected:
         ShownMainWindow::SetUp();
         stopTicks();
     }
+    // The recording ends before the window closes, which would ask about it.
+    void TearDown() override
+    {
+        recorder.reset();
+        ShownMainWindow::TearDown();
+    }
 
     // boxPath("/tmp/.streamdebug"), with the box's /tmp made.
     std::filesystem::path messageFile() const { return box.root.file("tmp/.streamdebug"); }
