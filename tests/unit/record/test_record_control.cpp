@@ -111,6 +111,16 @@ protected:
         return !within(500ms, [&] { return std::filesystem::exists(box.root.path() / "script-calls"); });
     }
 
+    // The next window must be a message box: `shown` notes it, `keys` answer it.
+    void answerBox(Shown &shown, std::vector<std::string> keys)
+    {
+        script.expect("eMessageBox", [&shown, keys](eWidget &window) {
+            shown = shownBy(window);
+            for (const std::string &key : keys)
+                press(key.c_str());
+        });
+    }
+
     void startRecorder()
     {
         recorder.emplace(processDir, "streamripper");
@@ -128,10 +138,7 @@ protected:
 TEST_F(RecordControl, AMissingDirectoryShowsOnlyTheNotFoundNotice)
 {
     Shown notice;
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        notice = shownBy(shown);
-        press("ok");
-    });
+    answerBox(notice, {"ok"});
     startrecord(stationRow("http://one.example/stream"), "/hdd/missing");
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(notice.caption, "Info");
@@ -159,11 +166,7 @@ TEST_F(RecordControl, AStationWithoutAddressDoesNothing)
 TEST_F(RecordControl, AnsweredNoNothingIsStarted)
 {
     Shown question;
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        question = shownBy(shown);
-        press("right");
-        press("ok");
-    });
+    answerBox(question, {"right", "ok"});
     startrecord(stationRow("http://one.example/stream"), "/hdd/radio");
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(question.caption, "Message");
@@ -214,10 +217,7 @@ TEST_F(RecordControl, StoppingAsksAndYesStopsWithTheFlagClearedAtOnce)
 {
     startRecorder();
     Shown question;
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        question = shownBy(shown);
-        press("ok");
-    });
+    answerBox(question, {"ok"});
     stoprecord(false);
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(question.caption, "Streamripper");
@@ -233,11 +233,7 @@ TEST_F(RecordControl, StoppingOnTheWayOutAddsTheBackgroundNoteAndNoKeepsTheRecor
 {
     startRecorder();
     Shown question;
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        question = shownBy(shown);
-        press("right");
-        press("ok");
-    });
+    answerBox(question, {"right", "ok"});
     stoprecord(true);
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(question.text, "Stop Record\nTarnwave working in Background");
@@ -307,10 +303,7 @@ TEST_F(RecordingFromTheMenu, StopRecordFromTheMenuStopsWithoutTheBackgroundNote)
         press("down");
         press("ok");
     });
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        question = shownBy(shown);
-        press("ok");
-    });
+    answerBox(question, {"ok"});
     press("menu");
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(question.text, "Stop Record");
@@ -321,11 +314,7 @@ TEST_F(RecordingFromTheMenu, ClosingTheWindowAsksAndNoLeavesTheRecorderRunning)
 {
     startRecorder();
     Shown question;
-    script.expect("eMessageBox", [&](eWidget &shown) {
-        question = shownBy(shown);
-        press("right");
-        press("ok");
-    });
+    answerBox(question, {"right", "ok"});
     window.reset();
     EXPECT_TRUE(script.finished()) << script.problems();
     EXPECT_EQ(question.text, "Stop Record\nTarnwave working in Background");
