@@ -1,5 +1,7 @@
 #include "fault_reply.h"
 
+#include "playlist.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -79,6 +81,16 @@ void sendThenDrop(Connection &connection, const Reply &real, std::chrono::millis
         waitForClientToLeave(connection, playFor);
 }
 
+// The real reply with `query` added to the stream addresses of a playlist;
+// any other reply as it is.
+void sendWithAddressQuery(Connection &connection, const Reply &real, std::string_view query)
+{
+    Reply changed = real;
+    if (!real.live && real.contentType.starts_with("audio/x-scpls"))
+        changed.body = withAddressQuery(real.body, query);
+    sendWhole(connection, changed, replyHead(changed, statedLength(changed)));
+}
+
 Reply redirectReply(std::string_view location)
 {
     Reply reply;
@@ -102,7 +114,8 @@ std::string garbledXml(const Reply &real)
 
 bool playsStream(FaultKind kind)
 {
-    return kind == FaultKind::drop || kind == FaultKind::icyStatus || kind == FaultKind::latin1Titles;
+    return kind == FaultKind::drop || kind == FaultKind::icyStatus || kind == FaultKind::latin1Titles
+           || kind == FaultKind::hostileAddress || kind == FaultKind::ampersandAddress;
 }
 
 void sendFaultyReply(Connection &connection, const Fault &fault, const Reply &real, std::string_view requestUrl)
@@ -141,6 +154,8 @@ void sendFaultyReply(Connection &connection, const Fault &fault, const Reply &re
         return sendWhole(connection, redirect, replyHead(redirect, redirect.body.size()));
     }
     case FaultKind::trickle: return sendTrickling(connection, real);
+    case FaultKind::hostileAddress: return sendWithAddressQuery(connection, real, hostileAddressQuery);
+    case FaultKind::ampersandAddress: return sendWithAddressQuery(connection, real, ampersandAddressQuery);
     }
 }
 

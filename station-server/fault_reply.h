@@ -17,7 +17,9 @@ namespace station {
 // by serveLiveStream instead; here they apply to the finite reply (or the
 // stream's first bytes): drop sends half the body and closes after its time,
 // icy-status writes the head as old stream servers do, and latin1-titles
-// leaves the reply as it is.
+// leaves the reply as it is. hostile-address and ampersand-address add their
+// query to the stream addresses of a playlist and leave any other reply as
+// it is; a stream under them plays as usual.
 void sendFaultyReply(Connection &connection, const Fault &fault, const Reply &real, std::string_view requestUrl);
 
 // Whether a stream still plays under `kind` (changed as StreamManner says).

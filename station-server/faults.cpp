@@ -8,7 +8,7 @@
 namespace station {
 namespace {
 
-constexpr std::array<std::pair<FaultKind, std::string_view>, 12> kindNames = {{
+constexpr std::array<std::pair<FaultKind, std::string_view>, 14> kindNames = {{
     {FaultKind::status503, "status503"},
     {FaultKind::status404, "status404"},
     {FaultKind::malformedXml, "malformed-xml"},
@@ -21,6 +21,8 @@ constexpr std::array<std::pair<FaultKind, std::string_view>, 12> kindNames = {{
     {FaultKind::icyStatus, "icy-status"},
     {FaultKind::latin1Titles, "latin1-titles"},
     {FaultKind::redirect, "redirect"},
+    {FaultKind::hostileAddress, "hostile-address"},
+    {FaultKind::ampersandAddress, "ampersand-address"},
 }};
 
 // "3", "2.5", "0.125": the shortest decimal form of whole milliseconds.

@@ -24,11 +24,14 @@ enum class FaultKind {
     icyStatus, // "ICY 200 OK" and the icy-* headers, as old stream servers answer
     latin1Titles, // a stream's titles in ISO-8859-1 instead of UTF-8
     redirect, // 302 Found to the same address
+    hostileAddress, // a playlist's stream address carries a query that a careless shell would run
+    ampersandAddress, // a playlist's stream address carries a query with "&" in it
 };
 
 // The names used on the command line and the control endpoint:
 // "status503", "status404", "malformed-xml", "truncated", "stall", "trickle",
-// "close", "empty200", "drop", "icy-status", "latin1-titles", "redirect".
+// "close", "empty200", "drop", "icy-status", "latin1-titles", "redirect",
+// "hostile-address", "ampersand-address".
 std::optional<FaultKind> parseFaultKind(std::string_view name);
 std::string_view faultKindName(FaultKind kind);
 // Every name, separated by commas, for error messages.

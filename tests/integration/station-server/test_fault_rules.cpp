@@ -24,6 +24,8 @@ TEST(StationServerFaultRules, EveryKindHasItsName)
         {"icy-status", FaultKind::icyStatus},
         {"latin1-titles", FaultKind::latin1Titles},
         {"redirect", FaultKind::redirect},
+        {"hostile-address", FaultKind::hostileAddress},
+        {"ampersand-address", FaultKind::ampersandAddress},
     };
     for (const auto &[name, kind] : kinds) {
         EXPECT_EQ(station::parseFaultKind(name), kind) << name;
