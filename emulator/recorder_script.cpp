@@ -19,6 +19,14 @@ pidfile="$root/tmp/.streamripper.pid"
 debug="$root/tmp/.streamdebug"
 complaints="$root/tmp/.streamripper.err"
 
+# Whether process $1 runs: an ended recorder that nobody has reaped yet (its
+# parent, this script, is gone) does not.
+recorder_runs() {
+    [ -r "/proc/$1/stat" ] || return 1
+    state=$(sed 's/.*) \([A-Za-z]\).*/\1/' "/proc/$1/stat" 2>/dev/null)
+    [ -n "$state" ] && [ "$state" != Z ]
+}
+
 case "$1" in
 start)
     case "$2" in
@@ -36,14 +44,19 @@ start)
         echo "streamripper_script.sh: the recorder $DAEMON is missing" >>"$debug"
         exit 1
     fi
-    mkdir -p "$root$STREAMDIR" 2>>"$debug" || exit 1
+    # The message file is written only when there is something to say: the
+    # plug-in shows whatever it finds there, an empty file included.
+    if ! made=$(mkdir -p "$root$STREAMDIR" 2>&1); then
+        echo "$made" >>"$debug"
+        exit 1
+    fi
     : >"$complaints"
     "$root$DAEMON" "$2" -d "$root$STREAMDIR" -a --quiet </dev/null >/dev/null 2>>"$complaints" &
     echo $! >"$pidfile"
     # Pass the recorder's complaints on while it runs, and once more when it ends.
     (
         pid=$(cat "$pidfile")
-        while kill -0 "$pid" 2>/dev/null; do
+        while recorder_runs "$pid"; do
             if [ -s "$complaints" ]; then
                 cat "$complaints" >>"$debug"
                 : >"$complaints"

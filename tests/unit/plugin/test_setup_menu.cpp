@@ -189,7 +189,7 @@ TEST_F(SetupMenu, InGermanTheWordsAreTranslatedAndTheMarksKept)
     EXPECT_EQ(rowsOf(menu),
               (std::vector<std::string>{"Favoriten Eintrag löschen", "Zu Favoriten hinzufügen", "Suche", separator,
                                         "Aufnahme starten", "Streamripper Verzeichnis", "/hdd/radio", separator,
-                                        "im Hintergrund zeigen (links, rechts)\t  TV >",
+                                        "Hintergrund (links, rechts)\t  TV >",
                                         "Filter für minimale Bitrate\t128", "nach 15 Sekunden\t  nichts >"}));
     EXPECT_EQ(choicesOf(*menu.autoHideEntry, {60, 61, 62}),
               (std::vector<std::string>{"  nichts >", "< verkleinern >", "< ausblenden  "}));
