@@ -39,20 +39,16 @@ constexpr std::size_t minimumSearchLength = 3;
 void Ctarnwave::openSetupMenu()
 {
     hide();
-    int result = 0;
-    eString recordingDirectory;
-    {
-        setup_menu menu(currentList, selectedEntry);
-        menu.setLCD(getLCDTitle(), getLCDElement());
-        menu.show();
-        result = menu.exec();
-        recordingDirectory = menu.streamDir;
-        // A moved background row is applied whatever the menu returned,
-        // cancelled included.
-        if (menu.backgroundChanged)
-            set_Background();
-        menu.hide();
-    }
+    setup_menu menu(currentList, selectedEntry);
+    menu.setLCD(getLCDTitle(), getLCDElement());
+    menu.show();
+    const int result = menu.exec();
+    const eString recordingDirectory = menu.streamDir;
+    // A moved background row is applied whatever the menu returned,
+    // cancelled included.
+    if (menu.backgroundChanged)
+        set_Background();
+    menu.hide();
 
     switch (result) {
     case menuDeleteFavourite: deleteCurrentFavourite(); break;
@@ -67,6 +63,7 @@ void Ctarnwave::openSetupMenu()
         break;
     }
     show();
+    // The menu goes when this returns.
 }
 
 void Ctarnwave::deleteCurrentFavourite()
