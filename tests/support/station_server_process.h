@@ -48,6 +48,19 @@ public:
     // example, is written when the stream has ended); false after `limit`.
     bool waitForLog(const std::string &text, std::chrono::milliseconds limit = std::chrono::seconds(5)) const;
 
+    // A request target as the access log shows it: quotes and backslashes
+    // escaped.
+    static std::string asLogged(const std::string &target)
+    {
+        std::string logged;
+        for (const char c : target) {
+            if (c == '"' || c == '\\')
+                logged += '\\';
+            logged += c;
+        }
+        return logged;
+    }
+
     // Where the build put the station-server program.
     static std::string binaryPath();
 

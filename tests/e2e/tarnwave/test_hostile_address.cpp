@@ -58,18 +58,6 @@ std::vector<std::string> hostileFilesIn(const fs::path &directory)
     return found;
 }
 
-// The access log's form of a request target: quotes escaped.
-std::string asLogged(const std::string &target)
-{
-    std::string logged;
-    for (const char c : target) {
-        if (c == '"' || c == '\\')
-            logged += '\\';
-        logged += c;
-    }
-    return logged;
-}
-
 // Whether one line of `log` holds both texts.
 bool hasLineWith(const std::string &log, const std::string &first, const std::string &second)
 {
@@ -158,7 +146,8 @@ TEST_F(HostileAddress, RecordingItRunsOnlyTheRecorderAndWritesOnlyIntoItsDirecto
     // The recorder asked for the address as it is (its log line comes when
     // its stream has ended).
     EXPECT_TRUE(within(10s, [&] {
-        return hasLineWith(server.log(), "\"GET " + asLogged(path) + " HTTP/1.1\" 200", "\"Streamripper");
+        return hasLineWith(server.log(), "\"GET " + StationServerProcess::asLogged(path) + " HTTP/1.1\" 200",
+                           "\"Streamripper");
     })) << server.log();
 
     for (const std::string &name : processNames)

@@ -79,19 +79,6 @@ ShellRun runShellIn(const std::string &command)
     return run;
 }
 
-// A request target as the access log shows it: quotes and backslashes
-// escaped.
-std::string asLogged(const std::string &target)
-{
-    std::string logged;
-    for (const char c : target) {
-        if (c == '"' || c == '\\')
-            logged += '\\';
-        logged += c;
-    }
-    return logged;
-}
-
 // A stream body without metadata: whole MP3 frames from its first byte.
 void expectMp3Audio(const HttpReply &reply)
 {
@@ -153,7 +140,7 @@ TEST(StationServerAddressFaults, TheStreamPlaysWithTheHostileQueryRawOrPercentEn
     // backquotes raw in the request line.
     const std::string raw = "/stream/" + id + "?" + hostileQuery;
     expectMp3Audio(httpGet(server.port(), raw, {}, 1500ms));
-    EXPECT_TRUE(server.waitForLog("\"GET " + asLogged(raw) + " HTTP/1.1\" 200")) << server.log();
+    EXPECT_TRUE(server.waitForLog("\"GET " + StationServerProcess::asLogged(raw) + " HTTP/1.1\" 200")) << server.log();
 
     const std::string encoded = "/stream/" + id
                                 + "?q=%27%3Btouch%24%7BIFS%7Dhostile-1%3B%27%22%24%28touch%24%7BIFS%7Dhostile-2%29%22"
@@ -196,5 +183,5 @@ TEST(StationServerAddressFaults, StreamripperRecordsTheHostileAddress)
     EXPECT_EQ(scan.brokenAt, Mp3Scan::none);
     EXPECT_GT(scan.frames, 50u);
     const std::string path = address.substr(address.find("/stream/"));
-    EXPECT_TRUE(server.waitForLog("\"GET " + asLogged(path) + " HTTP/1.")) << server.log();
+    EXPECT_TRUE(server.waitForLog("\"GET " + StationServerProcess::asLogged(path) + " HTTP/1.")) << server.log();
 }
