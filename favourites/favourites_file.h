@@ -39,8 +39,8 @@ using GenrelistPieceParser = std::function<int(XMLTreeParser &parser, const char
 // just made afresh) and, when it parsed, into the favourites list. A missing
 // file changes nothing and says nothing; a file that is not well-formed leaves
 // the list as it was, says "XML parse error." in the status line and sets
-// window.favouritesUnparsed. The
-// parser is deleted afterwards, except when the file could not be opened.
+// window.favouritesUnparsed. The parser is deleted afterwards, except when the
+// file could not be opened.
 void read_genrelist(Ctarnwave &window);
 // The same with each piece handed to `parsePiece` instead of straight to the
 // parser, so that the pieces can be watched.

@@ -5,6 +5,7 @@
 #include "plugin/ctarnwave.h"
 
 #include "dialogs/ctarnwave_search.h"
+#include "dialogs/message_boxes.h"
 #include "dialogs/setup_menu.h"
 #include "record/recorder.h"
 
@@ -12,7 +13,6 @@
 #include "base/econfig.h"
 #include "base/econfigfile.h"
 #include "base/messages.h"
-#include "gui/emessagebox.h"
 #include "system/pbrowser.h"
 
 #include <cstdlib>
@@ -74,12 +74,7 @@ void Ctarnwave::deleteCurrentFavourite()
 
     const eString question = eString(translated("Favourites")) + " " + translated("entry") + " " + translated("delete")
                              + "\n\n" + row->entry->name + "\n\n" + row->entry->url;
-    eMessageBox box(question, translated("Message"), eMessageBox::btYes | eMessageBox::btNo | eMessageBox::iconQuestion,
-                    eMessageBox::btYes, 0);
-    box.show();
-    const int answer = box.exec();
-    box.hide();
-    if (answer != eMessageBox::btYes)
+    if (!askYesNo(question, translated("Message")))
         return;
 
     // The cursor moves on to the next favourite before the row goes.
@@ -121,11 +116,7 @@ void Ctarnwave::searchStations()
         if (window.exec() != -1 && !window.input->getText().empty()) {
             text = window.input->getText();
             if (text.length() < minimumSearchLength) {
-                eMessageBox box(translated("minimum 3 characters"), translated("Info"),
-                                eMessageBox::btOK | eMessageBox::iconInfo, eMessageBox::btOK, 0);
-                box.show();
-                box.exec();
-                box.hide();
+                showNotice(translated("minimum 3 characters"), translated("Info"));
                 text.clear();
             }
         }

@@ -4,29 +4,16 @@
 
 #include "record/shell_word.h"
 
+#include "dialogs/message_boxes.h"
+
 #include "base/boxpath.h"
 #include "base/elog.h"
 #include "base/messages.h"
-#include "gui/emessagebox.h"
 #include "model/my_listbox.h"
 #include "system/pconfig.h"
 #include "system/putils.h"
 
 namespace {
-
-// A yes/no question with its icon, yes the default (flags 76, default 4).
-constexpr int questionFlags = eMessageBox::btYes | eMessageBox::btNo | eMessageBox::iconQuestion;
-// A notice with one OK button and the information icon (flags 17, default 1).
-constexpr int noticeFlags = eMessageBox::btOK | eMessageBox::iconInfo;
-
-int ask(const eString &text, const eString &caption, int flags, int defaultButton)
-{
-    eMessageBox box(text, caption, flags, defaultButton, 0);
-    box.show();
-    const int answer = box.exec();
-    box.hide();
-    return answer;
-}
 
 // The daemon's command line for the script with `arguments` (already shell
 // words). The script's own path is quoted too: in the emulator it lies under
@@ -44,8 +31,8 @@ void startrecord(my_ListBox *row, eString directory)
     eDebug("[TWV] start record url=%s dir=%s", url.c_str(), directory.c_str());
 
     if (!pUtils::pFindFile(directory)) {
-        ask(eString(translated("directory")) + " " + translated("not found") + "\n\n" + directory, translated("Info"),
-            noticeFlags, eMessageBox::btOK);
+        showNotice(eString(translated("directory")) + " " + translated("not found") + "\n\n" + directory,
+                   translated("Info"));
         return;
     }
     if (url.empty())
@@ -58,7 +45,7 @@ void startrecord(my_ListBox *row, eString directory)
 
     const eString question = eString(translated("Start recording")) + " " + translated("from") + "\n" + url + "\n"
                              + translated("to") + "\n" + directory;
-    if (ask(question, translated("Message"), questionFlags, eMessageBox::btYes) != eMessageBox::btYes)
+    if (!askYesNo(question, translated("Message")))
         return;
 
     // The address goes to the script as one word, exactly as it is; the
@@ -74,7 +61,7 @@ void stoprecord(bool fromExit)
     eString question = translated("Stop Record");
     if (fromExit)
         question += eString("\n") + translated("Tarnwave working in Background");
-    if (ask(question, "Streamripper", questionFlags, eMessageBox::btYes) != eMessageBox::btYes)
+    if (!askYesNo(question, "Streamripper"))
         return; // the recorder keeps running, also after the plug-in has ended
 
     pUtils::send2pDaemon(scriptCommand("stop"));
