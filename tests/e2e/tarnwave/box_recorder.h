@@ -9,6 +9,7 @@
 #include "tarnwave_screen.h"
 
 #include "support/temp_dir.h"
+#include "support/wait_for.h"
 
 #include <gtest/gtest.h>
 
@@ -93,13 +94,7 @@ inline std::vector<pid_t> recorderProcesses(const std::string &boxRoot)
 // Waits until the box has no streamripper left; false after `limit`.
 inline bool waitForNoRecorder(const std::string &boxRoot, std::chrono::milliseconds limit = std::chrono::seconds(10))
 {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!recorderProcesses(boxRoot).empty()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return true;
+    return within(limit, [&] { return recorderProcesses(boxRoot).empty(); });
 }
 
 // Ends, when it goes out of scope, every process the daemon started for the

@@ -8,6 +8,8 @@
 // server was asked.
 
 #include "emulator_process.h"
+
+#include "gui/json_writer.h"
 #include "support/station_server_process.h"
 
 #include <gtest/gtest.h>
@@ -101,17 +103,13 @@ inline std::vector<std::string> tunedInIds(const StationServerProcess &server)
     return ids;
 }
 
-// `text` as the emulator writes it inside a JSON string (quotes and
-// backslashes escaped; the texts tested hold no control characters).
+// `text` as the emulator writes it inside a JSON string: escaped by the
+// host's own JSON writer, without the quotes around it.
 inline std::string jsonEscaped(const std::string &text)
 {
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '"' || c == '\\')
-            escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
+    JsonWriter json;
+    json.value(text);
+    return json.str().substr(1, json.str().size() - 2);
 }
 
 // The JSON string that starts with the quote at `at`, unescaped as the

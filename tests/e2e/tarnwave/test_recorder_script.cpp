@@ -3,12 +3,12 @@
 // what goes wrong is written to the recorder's message file, which stays
 // absent while there is nothing to say.
 
+#include "box_recorder.h"
 #include "emulator_process.h"
 
 #include "support/station_server_process.h"
 #include "support/temp_dir.h"
 #include "support/wait_for.h"
-#include "system/putils.h"
 
 #include <gtest/gtest.h>
 
@@ -21,43 +21,32 @@
 #include <vector>
 
 using namespace std::chrono_literals;
+using tarnwave_e2e::boxProcesses;
+using tarnwave_e2e::recorderProcesses;
 
 namespace {
 
 class RecorderScript : public ::testing::Test
 {
 protected:
-    ~RecorderScript() override
-    {
-        // Whatever a test left running ends with the test.
-        run({"stop"});
-        within(5s, [] { return !pUtils::is_running("streamripper"); });
-    }
-
     std::filesystem::path boxFile(const std::string &path) const { return emulator.boxFile(path); }
 
     // Runs the box's script as the image daemon does, in the box root with
     // BOX_ROOT set; its exit status.
-    int run(const std::vector<std::string> &arguments) const
+    int run(std::vector<std::string> arguments) const
     {
-        const std::string script = boxFile("/var/script/streamripper_script.sh");
-        std::string root = boxFile("/");
-        root.pop_back();
+        std::string shell = "/bin/sh";
+        std::string script = boxFile("/var/script/streamripper_script.sh");
+        std::vector<char *> argv{shell.data(), script.data()};
+        for (std::string &argument : arguments)
+            argv.push_back(argument.data());
+        argv.push_back(nullptr);
         const pid_t child = fork();
         if (child == 0) {
-            std::vector<char *> argv;
-            std::string shell = "/bin/sh";
-            argv.push_back(shell.data());
-            std::string scriptPath = script;
-            argv.push_back(scriptPath.data());
-            std::vector<std::string> copies = arguments;
-            for (std::string &argument : copies)
-                argv.push_back(argument.data());
-            argv.push_back(nullptr);
-            setenv("BOX_ROOT", root.c_str(), 1);
-            if (chdir(root.c_str()) != 0)
+            setenv("BOX_ROOT", boxRoot.c_str(), 1);
+            if (chdir(boxRoot.c_str()) != 0)
                 _exit(126);
-            execv("/bin/sh", argv.data());
+            execv(shell.c_str(), argv.data());
             _exit(127);
         }
         int status = 0;
@@ -65,32 +54,14 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    // The bytes recorded into the recordings directory so far.
+    bool recording() const { return !recorderProcesses(boxRoot).empty(); }
+
+    // The size of the largest MP3 file recorded so far.
     std::uintmax_t recordedBytes() const
     {
-        std::uintmax_t bytes = 0;
+        const auto files = tarnwave_e2e::mp3FilesUnder(boxFile("/hdd/radio"));
         std::error_code error;
-        for (const auto &entry : std::filesystem::recursive_directory_iterator(boxFile("/hdd/radio"), error))
-            if (entry.is_regular_file())
-                bytes += entry.file_size();
-        return bytes;
-    }
-
-    // How many processes run the box's script (its watcher of the recorder).
-    int scriptProcesses() const
-    {
-        const std::string script = boxFile("/var/script/streamripper_script.sh");
-        int count = 0;
-        std::error_code error;
-        for (const auto &entry : std::filesystem::directory_iterator("/proc", error)) {
-            const std::string name = entry.path().filename();
-            if (name.find_first_not_of("0123456789") != std::string::npos)
-                continue;
-            const std::string commandLine = readFile(entry.path() / "cmdline");
-            if (commandLine.find(script) != std::string::npos)
-                ++count;
-        }
-        return count;
+        return files.empty() ? 0 : std::filesystem::file_size(files.front(), error);
     }
 
     std::string messages() const
@@ -101,17 +72,21 @@ protected:
 
     StationServerProcess server;
     EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", server.baseUrl()}};
+    // Whatever a test left running ends with the test.
+    tarnwave_e2e::BoxProcessesStopper stopper{emulator};
+    const std::string boxRoot = emulator.boxFile("");
 };
 
 TEST_F(RecorderScript, StartRecordsIntoTheRecordingsDirectoryAndStopEndsIt)
 {
     ASSERT_EQ(run({"start", server.baseUrl() + "/stream/38869"}), 0);
-    ASSERT_TRUE(within(10s, [] { return pUtils::is_running("streamripper"); }));
+    ASSERT_TRUE(within(10s, [&] { return recording(); }));
     EXPECT_TRUE(within(20s, [&] { return recordedBytes() > 20000; })) << recordedBytes();
 
     ASSERT_EQ(run({"stop"}), 0);
-    EXPECT_TRUE(within(10s, [] { return !pUtils::is_running("streamripper"); }));
-    EXPECT_TRUE(within(5s, [&] { return scriptProcesses() == 0; })) << "the script's watcher ends with the recorder";
+    EXPECT_TRUE(within(10s, [&] { return !recording(); }));
+    EXPECT_TRUE(within(5s, [&] { return boxProcesses(boxRoot).empty(); }))
+        << "the script's watcher ends with the recorder";
     EXPECT_EQ(messages(), "(no file)") << "nothing to say, no file";
 }
 
@@ -119,7 +94,7 @@ TEST_F(RecorderScript, AnAddressThatLooksLikeAnOptionIsRefused)
 {
     EXPECT_EQ(run({"start", "-d/etc"}), 1);
     EXPECT_NE(messages().find("not a stream URL: -d/etc"), std::string::npos) << messages();
-    EXPECT_FALSE(within(1s, [] { return pUtils::is_running("streamripper"); }));
+    EXPECT_FALSE(within(1s, [&] { return recording(); }));
 }
 
 TEST_F(RecorderScript, StartWithoutAnAddressSaysSo)
