@@ -12,11 +12,13 @@
 
 namespace {
 
-// The defined dynamic symbols of the built library, as nm lists them.
+// The defined dynamic symbols of the built library, as the nm of its target
+// architecture lists them.
 std::set<std::string> exportedSymbols()
 {
     std::set<std::string> names;
-    const std::string command = "nm -D --defined-only '" + plugintest::pluginLibraryPath() + "' 2>/dev/null";
+    const std::string command =
+        std::string(TARNWAVE_NM) + " -D --defined-only '" + plugintest::pluginLibraryPath() + "' 2>/dev/null";
     FILE *listing = popen(command.c_str(), "r");
     if (!listing)
         return names;
