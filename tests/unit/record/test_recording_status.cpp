@@ -26,6 +26,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -150,6 +151,20 @@ TEST_F(RecordingStatus, ALastLineWithoutLineFeedGetsOne)
     const std::optional<ShownBox> shown = tick();
     ASSERT_TRUE(shown);
     EXPECT_EQ(shown->text, "a\nb\n");
+}
+
+// A box whose clock was never set, or one still running after 2038, stamps
+// files past what a 32-bit time can hold; the message is shown all the same.
+TEST_F(RecordingStatus, AMessageFileStampedAfter2038IsShown)
+{
+    startRecorder();
+    writeFile(messageFile(), "late\n");
+    // Written by another program while the clock stood in 2040.
+    const std::string stamp = "touch -m -d 2040-01-01T00:00:00 '" + messageFile().string() + "'";
+    ASSERT_EQ(std::system(stamp.c_str()), 0);
+    const std::optional<ShownBox> shown = tick();
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(shown->text, "late\n");
 }
 
 TEST_F(RecordingStatus, AnEmptyMessageFileGivesAnEmptyMessage)

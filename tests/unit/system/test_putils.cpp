@@ -28,6 +28,16 @@ TEST(PUtils, FindFileLooksUnderTheBoxRoot)
     EXPECT_FALSE(pUtils::pFindFile(""));
 }
 
+// A long recording passes 2 GiB; it is still a file that is there.
+TEST(PUtils, FindFileFindsAFileOfOverTwoGibibytes)
+{
+    TempBoxRoot root;
+    const std::filesystem::path recording = root.file("media/hdd/streams/long.mp3");
+    writeFile(recording, "");
+    std::filesystem::resize_file(recording, 3ULL << 30); // sparse: takes no space
+    EXPECT_TRUE(pUtils::pFindFile("/media/hdd/streams/long.mp3"));
+}
+
 TEST(PUtils, FindFileDoesNotLookOutsideTheBoxRoot)
 {
     TempDir outside;
