@@ -17,7 +17,7 @@
 
 #include <cerrno>
 #include <algorithm>
-#include <atomic>
+#include <mutex>
 #include <climits>
 #include <cstring>
 #include <system_error>
@@ -62,7 +62,11 @@ namespace {
 
 std::uint64_t nextLoopInstanceId()
 {
-    static std::atomic<std::uint64_t> next{1};
+    // 64 bits, so that an id is never handed out twice; under a lock, since
+    // the box's 32-bit PowerPC has no 64-bit atomic instructions.
+    static std::mutex lock;
+    static std::uint64_t next = 1;
+    std::lock_guard guard(lock);
     return next++;
 }
 
