@@ -1,5 +1,7 @@
 #include "base/messages.h"
 
+#include "base/elog.h"
+
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -50,8 +52,10 @@ void initMessages()
     // gettext ignores every language setting in the plain "C" locale, so a
     // locale that is not installed falls back to C.UTF-8, which is always there.
     const char *locale = std::setlocale(LC_ALL, "");
-    if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0)
-        std::setlocale(LC_ALL, "C.UTF-8");
+    if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
+        if (std::setlocale(LC_ALL, "C.UTF-8") == nullptr)
+            eWarning("messages: no UTF-8 locale is installed, not even C.UTF-8, so every text stays in English");
+    }
     // Numbers are formatted the same way in every language.
     std::setlocale(LC_NUMERIC, "C");
 
