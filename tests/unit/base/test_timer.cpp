@@ -344,17 +344,23 @@ TEST(Timer, ManyTimersFireInDueOrder)
         timers.push_back(std::make_unique<eTimer>(&loop));
         timers.back()->timeout.connect([&order, i] { order.push_back(i); });
     }
-    // Planned in reverse: timer i is due (300 - i) / 10 ms from now.
-    for (int i = 0; i < 300; ++i)
-        timers[static_cast<std::size_t>(i)]->start((300 - i) / 10, true);
+    // Planned in reverse: timer i is due (300 - i) / 10 ms after its start.
+    // Each start takes a moment, so a timer's due time is known to lie
+    // between the clock read before and after its start.
+    std::vector<boxhost::MonotonicTime> dueAtEarliest(300), dueAtLatest(300);
+    for (std::size_t i = 0; i < 300; ++i) {
+        const std::chrono::milliseconds interval((300 - static_cast<int>(i)) / 10);
+        dueAtEarliest[i] = boxhost::monotonicNow() + interval;
+        timers[i]->start(static_cast<long>(interval.count()), true);
+        dueAtLatest[i] = boxhost::monotonicNow() + interval;
+    }
     ASSERT_TRUE(runUntil(loop, [&] { return order.size() == 300; }));
     for (std::size_t k = 1; k < order.size(); ++k) {
-        const int previous = order[k - 1];
-        const int current = order[k];
-        // Due no earlier than the one before it; equal due times in start order.
-        ASSERT_TRUE((300 - previous) / 10 < (300 - current) / 10
-                    || ((300 - previous) / 10 == (300 - current) / 10 && previous < current))
-            << previous << " before " << current;
+        const auto previous = static_cast<std::size_t>(order[k - 1]);
+        const auto current = static_cast<std::size_t>(order[k]);
+        // None fires before one that was certainly due earlier; so timers
+        // with equal intervals fire in start order.
+        ASSERT_LE(dueAtEarliest[previous], dueAtLatest[current]) << previous << " before " << current;
     }
 }
 

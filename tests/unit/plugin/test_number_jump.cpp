@@ -41,7 +41,7 @@ protected:
         eTimer later(eApp);
         if (during) {
             later.timeout.connect(during);
-            later.start(after.count(), true);
+            later.start(static_cast<long>(after.count()), true);
         }
         window.show();
         const int result = window.exec();
