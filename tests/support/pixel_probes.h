@@ -19,12 +19,4 @@ inline int countPixels(const eRect &rect, gRGB color)
     return count;
 }
 
-// Time limits in tests are for an optimised build; the sanitizers slow
-// everything down by about this much.
-#ifdef __SANITIZE_ADDRESS__
-inline constexpr int sanitizerSlowdown = 5;
-#else
-inline constexpr int sanitizerSlowdown = 1;
-#endif
-
 #endif

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <future>
 #include <thread>
@@ -443,22 +442,22 @@ TEST(Painter, DrawRectFramesTheAreaAndBlendsEachPixelOnce)
     EXPECT_EQ(pixmap.pixel(1, 1), blue) << "outside the frame";
 }
 
-TEST(Painter, FullScreenOfTranslucentLayersIsQuick)
+// How fast this is, bench_gui measures; here only that it composes.
+TEST(Painter, FullScreenOfTranslucentLayersComposes)
 {
     gPixmap screen(eSize(720, 576));
     gPixmap osd(eSize(720, 576));
     screen.fillAll(0xff336699u);
     gPainter osdPainter(osd);
     osdPainter.setForegroundColor(gRGB(20, 30, 40, 200));
-    const auto start = std::chrono::steady_clock::now();
     osdPainter.fill(osd.rect());
     osdPainter.setForegroundColor(gRGB(200, 30, 40, 100));
     osdPainter.fill(eRect::fromEdges(100, 100, 620, 476)); // translucent over translucent
     gPainter screenPainter(screen);
     screenPainter.blit(osd, ePoint(0, 0));
-    const auto elapsed = std::chrono::steady_clock::now() - start;
     expectNear(screen.colorAt(50, 50), expectedOver(gRGB::fromArgb(0xff336699u), gRGB(20, 30, 40, 200)));
-    EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 150 * sanitizerSlowdown);
+    expectNear(screen.colorAt(719, 575), expectedOver(gRGB::fromArgb(0xff336699u), gRGB(20, 30, 40, 200)));
+    EXPECT_NE(screen.colorAt(300, 300), screen.colorAt(50, 50)) << "the inner layer shows";
 }
 
 } // namespace

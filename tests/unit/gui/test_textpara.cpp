@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <memory>
 #include <string>
 
@@ -286,14 +285,14 @@ TEST(TextPara, WithoutAUsableFontNothingIsLaidOut)
     EXPECT_TRUE(layOut(eRect::fromEdges(0, 0, 100, 40), "   ")->getBoundBox().isEmpty());
 }
 
-TEST(TextPara, TenThousandCharactersLayOutAndDrawQuickly)
+// How fast this is, bench_gui measures; here only that it comes out right.
+TEST(TextPara, TenThousandCharactersLayOutAndDraw)
 {
     std::string text;
     while (text.size() < 10000)
         text += "Station " + std::to_string(text.size()) + ": Jazz & Blues\t128 kbit/s ";
     text.resize(10000);
 
-    const auto start = std::chrono::steady_clock::now();
     gPixmap pixmap(eSize(720, 576));
     const eRect area = eRect::fromEdges(20, 20, 700, 556);
     auto wrapped = layOut(area, text, eTextPara::RS_WRAP, eTextPara::dirCenter);
@@ -304,13 +303,11 @@ TEST(TextPara, TenThousandCharactersLayOutAndDrawQuickly)
     appended->setFont(regular);
     for (char character : text)
         appended->renderString(eString(1, character), eTextPara::RS_WRAP);
-    const auto elapsed = std::chrono::steady_clock::now() - start;
 
     EXPECT_GT(wrapped->lineCount(), 50);
     EXPECT_EQ(appended->lineCount(), wrapped->lineCount()) << "appending piece by piece lays out the same";
     EXPECT_LE(wrapped->getBoundBox().right(), area.right());
     EXPECT_TRUE(area.contains(inkOf(pixmap)));
-    EXPECT_LT(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), 300 * sanitizerSlowdown);
 }
 
 } // namespace
