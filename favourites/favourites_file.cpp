@@ -6,6 +6,7 @@
 
 #include "base/boxpath.h"
 #include "base/elog.h"
+#include "base/whole_file.h"
 #include "net/xmltree.h"
 
 #include <cerrno>
@@ -78,7 +79,11 @@ void read_genrelist(Ctarnwave &window)
 void read_genrelist(Ctarnwave &window, const GenrelistPieceParser &parsePiece)
 {
     const std::string path = boxPath(genrelistPath);
-    std::FILE *file = std::fopen(path.c_str(), "rt");
+    // A FIFO or a device in its place counts as no file, and is never waited for.
+    const int descriptor = boxfile::openRegularFile(path);
+    std::FILE *file = descriptor >= 0 ? fdopen(descriptor, "r") : nullptr;
+    if (descriptor >= 0 && !file)
+        close(descriptor);
     if (!file) {
         eDebug("[TWV] <read> %s", path.c_str());
         window.favouritesUnparsed = false;

@@ -115,19 +115,35 @@ FileDescriptor createTemporary(const std::string &target, std::string &name)
 
 } // namespace
 
-int readWholeFile(const std::string &path, std::string &contents)
+int openRegularFile(const std::string &path)
 {
     // Opening a FIFO without O_NONBLOCK would wait for a writer.
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return -1;
+    struct stat status = {};
+    int error = 0;
+    if (::fstat(fd, &status) != 0)
+        error = errno;
+    else if (S_ISDIR(status.st_mode))
+        error = EISDIR;
+    else if (!S_ISREG(status.st_mode))
+        error = EINVAL;
+    // Reads of a regular file never wait anyway, and stdio expects blocking ones.
+    else if (const int flags = ::fcntl(fd, F_GETFL); flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0)
+        error = errno;
+    if (error == 0)
+        return fd;
+    ::close(fd);
+    errno = error;
+    return -1;
+}
+
+int readWholeFile(const std::string &path, std::string &contents)
+{
+    FileDescriptor file(openRegularFile(path));
     if (!file.valid())
         return errno;
-    struct stat status = {};
-    if (::fstat(file.get(), &status) != 0)
-        return errno;
-    if (S_ISDIR(status.st_mode))
-        return EISDIR;
-    if (!S_ISREG(status.st_mode))
-        return EINVAL;
     char buffer[65536];
     for (;;) {
         const ssize_t got = ::read(file.get(), buffer, sizeof buffer);

@@ -13,6 +13,12 @@
 
 namespace boxfile {
 
+// Opens the file at `path` for reading without ever waiting: anything but a
+// regular file (a FIFO, a device, a socket) is refused with EINVAL, a
+// directory with EISDIR. Returns the descriptor (close-on-exec, for the caller
+// to close, fdopen for stdio) or -1 with the reason in errno.
+int openRegularFile(const std::string &path);
+
 // Reads the whole file at `path` into `contents` (appending). Returns 0 on
 // success, otherwise an errno value: EISDIR for a directory, EINVAL for
 // anything else that is not a regular file (a FIFO, a device, a socket),

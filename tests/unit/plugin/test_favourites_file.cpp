@@ -11,7 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -211,6 +216,37 @@ TEST_F(FavouritesFile, MissingFileLeavesTheListEmptyWithoutAnyMessage)
     EXPECT_TRUE(logHas(before, "[TWV] <read> " + favouritesPath().string()));
     // The fresh parser waits for the next list request.
     EXPECT_NE(window.xmlParser, nullptr);
+}
+
+// Runs `read` in a child process that the alarm ends after `seconds`; true
+// when it came back by itself with the exit status 0 that `read` asks for.
+bool readsWithoutWaiting(const std::function<bool()> &read, unsigned seconds = 10)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(seconds);
+        _exit(read() ? 0 : 1);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child)
+        return false;
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// A FIFO in the file's place would wait for a writer for ever, and a device
+// would be read without end: both count as no file.
+TEST_F(FavouritesFile, FifoOrDeviceInThePlaceOfTheFileCountsAsNoFileWithoutWaiting)
+{
+    window.lb_status->setText("before");
+    const auto readsAsNoFile = [this] {
+        readBack();
+        return window.lists[0]->getCount() == 0 && window.lb_status->getText() == "before";
+    };
+    ASSERT_EQ(mkfifo(favouritesPath().c_str(), 0600), 0);
+    EXPECT_TRUE(readsWithoutWaiting(readsAsNoFile)) << "a FIFO";
+    std::filesystem::remove(favouritesPath());
+    std::filesystem::create_symlink("/dev/zero", favouritesPath());
+    EXPECT_TRUE(readsWithoutWaiting(readsAsNoFile)) << "a device";
 }
 
 TEST_F(FavouritesFile, PluginOpensOnTheFavouritesOfTheFile)
