@@ -3,6 +3,7 @@
 #include "gui_bridge.h"
 #include "plugin_menu.h"
 #include "remote_input.h"
+#include "request_guard.h"
 #include "screen_composer.h"
 #include "settle_state.h"
 #include "web_assets.h"
@@ -187,6 +188,18 @@ void ControlServer::stop()
 void ControlServer::addRoutes()
 {
     httplib::Server &server = *m_server;
+
+    // No request of the page or the API comes near this; larger bodies get 413.
+    server.set_payload_max_length(64 * 1024);
+    server.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
+        const std::string origin = request.get_header_value("Origin");
+        const auto refusal = refuseForeignRequest(m_host, m_port, request.get_header_value("Host"),
+                                                  request.has_header("Origin") ? &origin : nullptr);
+        if (!refusal)
+            return httplib::Server::HandlerResponse::Unhandled;
+        replyError(response, refusal->status, refusal->reason);
+        return httplib::Server::HandlerResponse::Handled;
+    });
 
     server.Get(R"(/(|index\.html|app\.js|style\.css))",
                [](const httplib::Request &request, httplib::Response &response) {

@@ -6,6 +6,7 @@
 #include "gui_bridge.h"
 #include "plugin_library.h"
 #include "plugin_menu.h"
+#include "request_guard.h"
 #include "screen_composer.h"
 #include "script_player.h"
 #include "shutdown_signals.h"
@@ -101,6 +102,11 @@ int runEmulator(const EmulatorOptions &options)
     ControlServer control(gui);
     if (!control.bind(options.listenHost, options.listenPort, error))
         return refuse(error);
+    if (!isLoopbackAddress(options.listenHost))
+        std::fprintf(stderr,
+                     "box-emulator: warning: %s is not a loopback address: anyone who can reach it can press the "
+                     "box's keys and see its screen\n",
+                     control.url().c_str());
 
     eSkin skin;
     if (!options.skinPath.empty() && skin.load(options.skinPath.c_str()) != 0)
