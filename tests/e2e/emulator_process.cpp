@@ -218,16 +218,21 @@ std::string EmulatorProcess::errors() const
 
 HttpReply EmulatorProcess::get(const std::string &path) const
 {
-    httplib::Client client("127.0.0.1", m_port);
-    client.set_read_timeout(std::chrono::seconds(30));
-    return toReply(client.Get(path));
+    return send("GET", path, {});
 }
 
 HttpReply EmulatorProcess::post(const std::string &path, const std::string &body) const
 {
+    return send("POST", path, {}, body);
+}
+
+HttpReply EmulatorProcess::send(const std::string &method, const std::string &path, const Headers &headers,
+                                const std::string &body) const
+{
     httplib::Client client("127.0.0.1", m_port);
     client.set_read_timeout(std::chrono::seconds(30));
-    return toReply(client.Post(path, body, "text/plain"));
+    const httplib::Headers extra(headers.begin(), headers.end());
+    return toReply(method == "GET" ? client.Get(path, extra) : client.Post(path, extra, body, "text/plain"));
 }
 
 bool EmulatorProcess::waitForBody(const std::string &path, const std::string &text,

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 // Where the build put the programs and the test plug-ins.
@@ -58,6 +59,11 @@ public:
 
     HttpReply get(const std::string &path) const;
     HttpReply post(const std::string &path, const std::string &body = "") const;
+    // A GET or POST with these extra headers (a "Host" among them replaces the
+    // one the client would send).
+    using Headers = std::vector<std::pair<std::string, std::string>>;
+    HttpReply send(const std::string &method, const std::string &path, const Headers &headers,
+                   const std::string &body = "") const;
 
     // Polls GET `path` until its body contains `text`; false after `limit`.
     bool waitForBody(const std::string &path, const std::string &text,

@@ -7,8 +7,6 @@
 #include "emulator_process.h"
 #include "widget_json.h"
 
-#include <httplib.h>
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -39,18 +37,10 @@ protected:
     HttpReply send(const std::string &method, const std::string &path, const std::string &host,
                    const std::string &origin = "", const std::string &body = "") const
     {
-        httplib::Client client("127.0.0.1", emulator.port());
-        httplib::Headers headers = {{"Host", host}};
+        EmulatorProcess::Headers headers = {{"Host", host}};
         if (!origin.empty())
-            headers.emplace("Origin", origin);
-        const httplib::Result result =
-            method == "GET" ? client.Get(path, headers) : client.Post(path, headers, body, "text/plain");
-        HttpReply reply;
-        if (result) {
-            reply.status = result->status;
-            reply.body = result->body;
-        }
-        return reply;
+            headers.emplace_back("Origin", origin);
+        return emulator.send(method, path, headers, body);
     }
 };
 
