@@ -44,6 +44,11 @@ EncodingHint encodingHintOf(std::string_view head, bool isFinal)
     }
     if (head.starts_with(utf8Mark))
         return EncodingHint::declared;
+    // A lone first byte that may begin a UTF-16 mark or character needs the
+    // second: deciding without it would let the parser's encoding override
+    // the document's declaration.
+    if (head.size() == 1 && (head[0] == '\xFE' || head[0] == '\xFF' || head[0] == '\0'))
+        return unknownYet;
     if (head.size() <= opening.size())
         return opening.starts_with(head) || utf8Mark.starts_with(head) ? unknownYet : EncodingHint::undeclared;
     if (!head.starts_with(opening) || std::string_view(" \t\r\n").find(head[opening.size()]) == std::string_view::npos)

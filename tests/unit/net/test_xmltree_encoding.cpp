@@ -9,13 +9,29 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 namespace {
 
 // "Café Ñandú" in ISO-8859-1 and in UTF-8.
-const std::string latin1Name = "Caf\xE9 \xD1" "and\xFA";
+const std::string latin1Name = "Caf\xE9 \xD1"
+                               "and\xFA";
 const std::string utf8Name = "Caf\xC3\xA9 \xC3\x91"
                              "and\xC3\xBA";
+
+// `text` (ASCII or Latin-1) in UTF-16, little- or big-endian, with or without
+// its byte-order mark.
+std::string utf16(std::string_view text, bool bigEndian, bool withMark)
+{
+    std::string document;
+    if (withMark)
+        document = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char c : text) {
+        document += bigEndian ? '\0' : c;
+        document += bigEndian ? c : '\0';
+    }
+    return document;
+}
 
 std::string nameOfFirstChild(const XMLTreeParser &parser)
 {
@@ -80,15 +96,32 @@ TEST(XmlTreeEncoding, Utf8ByteOrderMarkWinsOverALatin1Parser)
 
 TEST(XmlTreeEncoding, Utf16DocumentWithByteOrderMarkBecomesUtf8)
 {
-    const std::string ascii = "<genrelist><genre name=\"Caf\xE9\"/></genrelist>";
-    std::string document = "\xFF\xFE"; // UTF-16LE
-    for (const char c : ascii) {
-        document += c;
-        document += '\0';
-    }
+    const std::string document = utf16("<genrelist><genre name=\"Caf\xE9\"/></genrelist>", false, true);
     XMLTreeParser parser("UTF-8");
     ASSERT_NE(parser.Parse(document.data(), static_cast<int>(document.size()), 1), 0) << parser.ErrorString();
     EXPECT_EQ(nameOfFirstChild(parser), "Caf\xC3\xA9");
+}
+
+// One byte cannot tell UTF-16 from the parser's own encoding: a document
+// whose first piece is a single byte is read as it is read whole, its
+// declaration included.
+TEST(XmlTreeEncoding, UnknownEncodingOfAUtf16DocumentIsAnErrorAlsoByteByByte)
+{
+    const std::string text = "<?xml version=\"1.0\" encoding=\"X-NO-SUCH\"?><genrelist/>";
+    const struct
+    {
+        const char *form;
+        std::string document;
+    } forms[] = {{"little-endian, marked", utf16(text, false, true)},
+                 {"big-endian, marked", utf16(text, true, true)},
+                 {"big-endian", utf16(text, true, false)}};
+    for (const auto &[form, document] : forms) {
+        XMLTreeParser whole("UTF-8");
+        EXPECT_EQ(whole.Parse(document.data(), static_cast<int>(document.size()), 1), 0) << form;
+        XMLTreeParser pieces("UTF-8");
+        EXPECT_EQ(parseInPieces(pieces, document, 1), 0) << form;
+        EXPECT_STREQ(pieces.ErrorString(), whole.ErrorString()) << form;
+    }
 }
 
 TEST(XmlTreeEncoding, Latin1BytesInAnUndeclaredDocumentFailAUtf8Parser)
