@@ -34,6 +34,10 @@ const char *attributeOrEmpty(const XMLTreeNode *node, const char *name)
 
 void Ctarnwave::xml_TransferDone(int error)
 {
+    // `connection` may name the playlist transfer running beside this one:
+    // while this runs it names the list transfer that ended.
+    if (listTransfer)
+        connection = listTransfer;
     if (error == 0 && connection && connection->code == 200 && xmlSink && xmlSink->error == 0)
         parseXML();
     else if (error != 0)
@@ -51,7 +55,8 @@ void Ctarnwave::xml_TransferDone(int error)
     // The sink goes with its connection; forgetting it here keeps the next
     // transfer from consulting it.
     xmlSink = nullptr;
-    connection = nullptr;
+    listTransfer = nullptr;
+    connection = playlistTransfer;
 }
 
 void Ctarnwave::parseXML()

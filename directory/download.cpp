@@ -31,6 +31,10 @@ void Ctarnwave::start_download(eString request, bool playlist)
     int error = 0;
 
     if (!playlist) {
+        // A list transfer still running is aborted first: its sink feeds the
+        // parser that is about to go, and its reply is no longer wanted.
+        abortListTransfer();
+
         // Every list gets a fresh parser, the favourites list included.
         if (xmlParser)
             delete xmlParser;
@@ -56,15 +60,16 @@ void Ctarnwave::start_download(eString request, bool playlist)
         eDebug("[TWV] url=%s", url.c_str());
         lb_status->setText(downloadNotice());
 
-        connection = eHTTPConnection::doRequest(url.c_str(), eApp, &error);
-        if (!connection) {
+        listTransfer = eHTTPConnection::doRequest(url.c_str(), eApp, &error);
+        if (!listTransfer) {
             xml_TransferDone(error);
             return;
         }
-        CONNECT(connection->transferDone, Ctarnwave::xml_TransferDone);
-        CONNECT(connection->createDataSink, Ctarnwave::create_XML_DataSink);
-        connection->local_header["User-Agent"] = pUtils::pUserAgent();
-        connection->start();
+        connection = listTransfer;
+        CONNECT(listTransfer->transferDone, Ctarnwave::xml_TransferDone);
+        CONNECT(listTransfer->createDataSink, Ctarnwave::create_XML_DataSink);
+        listTransfer->local_header["User-Agent"] = pUtils::pUserAgent();
+        listTransfer->start();
         return;
     }
 
@@ -73,21 +78,37 @@ void Ctarnwave::start_download(eString request, bool playlist)
     lb_status->setText(downloadNotice());
     eDebug("[TWV] Playlisturl=%s", request.c_str());
 
-    connection = eHTTPConnection::doRequest(request.c_str(), eApp, &error);
-    if (!connection) {
+    playlistTransfer = eHTTPConnection::doRequest(request.c_str(), eApp, &error);
+    if (!playlistTransfer) {
         str_TransferDone(error);
         return;
     }
-    CONNECT(connection->transferDone, Ctarnwave::str_TransferDone);
-    CONNECT(connection->createDataSink, Ctarnwave::create_STR_DataSink);
-    connection->local_header["User-Agent"] = pUtils::pUserAgent();
-    connection->start();
+    connection = playlistTransfer;
+    CONNECT(playlistTransfer->transferDone, Ctarnwave::str_TransferDone);
+    CONNECT(playlistTransfer->createDataSink, Ctarnwave::create_STR_DataSink);
+    playlistTransfer->local_header["User-Agent"] = pUtils::pUserAgent();
+    playlistTransfer->start();
+}
+
+void Ctarnwave::abortListTransfer()
+{
+    if (!listTransfer)
+        return;
+    // Deleting the connection stops it: neither its sink nor its completion
+    // is heard of again. Its parser goes too.
+    delete listTransfer;
+    listTransfer = nullptr;
+    xmlSink = nullptr;
+    if (xmlParser) {
+        delete xmlParser;
+        xmlParser = nullptr;
+    }
+    connection = playlistTransfer;
 }
 
 eHTTPDataSource *Ctarnwave::create_XML_DataSink(eHTTPConnection *conn)
 {
-    // An earlier list request still running when this one began deletes the
-    // parser when it completes; the body then has nowhere to go and is dropped.
+    // Each list transfer has its parser; without one the body is dropped.
     if (!xmlParser)
         return nullptr;
     xmlSink = new eHTTPDownloadXML(conn, *xmlParser);

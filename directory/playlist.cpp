@@ -17,6 +17,10 @@ constexpr int streamServiceType = 4096;
 
 void Ctarnwave::str_TransferDone(int error)
 {
+    // `connection` may name the list transfer running beside this one:
+    // while this runs it names the playlist transfer that ended.
+    if (playlistTransfer)
+        connection = playlistTransfer;
     if (error != 0) {
         setError(error);
     } else if (connection && connection->code == 200 && !playlistText.empty()) {
@@ -48,7 +52,8 @@ void Ctarnwave::str_TransferDone(int error)
     }
 
     playlistText = "";
-    connection = nullptr;
+    playlistTransfer = nullptr;
+    connection = listTransfer;
 }
 
 void Ctarnwave::play(my_ListBox *row)

@@ -31,8 +31,11 @@ int Ctarnwave::eventHandler(const eWidgetEvent &event)
     }
 
     // A list chosen with a colour key comes in index order; one loaded before is
-    // shown as it is, an empty one is fetched (or, the favourites, read).
+    // shown as it is, an empty one is fetched (or, the favourites, read). A
+    // list transfer still running ends: its reply would fill the list in
+    // front, no longer the one it was asked for.
     const auto showChosenList = [this] {
+        abortListTransfer();
         SortSet(true);
         if (lists[currentList]->getCount() == 0)
             start_download("", false);

@@ -142,12 +142,14 @@ Ctarnwave::~Ctarnwave()
 
     Stop(true);
 
-    // A transfer still running is aborted, so that none of its signals reaches
-    // a window that is gone; the connection frees its sinks.
-    if (connection) {
-        delete connection;
-        connection = nullptr;
+    // Transfers still running are aborted, so that none of their signals
+    // reaches a window that is gone; a connection frees its sinks.
+    abortListTransfer();
+    if (playlistTransfer) {
+        delete playlistTransfer;
+        playlistTransfer = nullptr;
     }
+    connection = nullptr;
     // The window owns the parser: one fed by an aborted transfer, or the one a
     // missing favourites file left behind.
     if (xmlParser) {

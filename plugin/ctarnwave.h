@@ -52,7 +52,7 @@ public:
     eLabel *px_key32, *px_key12, *px_play, *px_pause, *px_record;
     pLabel *ln_horizontal, *ln_vertical;
     eTimer *statusTimer;
-    eHTTPConnection *connection; // the running transfer; null when idle
+    eHTTPConnection *connection; // a running transfer (the one completing, in its handler); null when none runs
     XMLTreeParser *xmlParser; // the parser of the running list request
     eHTTPDownloadXML *xmlSink; // the sink of the running list transfer
     eHTTPDownloadString *strSink; // the sink of the running playlist transfer
@@ -80,6 +80,14 @@ public:
     void xml_TransferDone(int error);
 
 private:
+    // The two transfers that may run side by side: at most one list and one
+    // playlist. A new list request, or a colour key, aborts the running list
+    // transfer, so no list is built from half a reply or from the parser of
+    // another request; a playlist transfer always ends on its own.
+    eHTTPConnection *listTransfer = nullptr;
+    eHTTPConnection *playlistTransfer = nullptr;
+    void abortListTransfer();
+
     // The settings menu and what its result asks for (plugin/menu_actions.cpp).
     void openSetupMenu();
     void deleteCurrentFavourite();

@@ -4,13 +4,16 @@
 
 #include "emulator_process.h"
 #include "support/station_server_process.h"
+#include "support/wait_for.h"
 #include "tarnwave_screen.h"
 #include "widget_json.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <regex>
 #include <string>
+#include <thread>
 
 using tarnwave_e2e::requestsFor;
 using tarnwave_e2e::titleOf;
@@ -99,6 +102,39 @@ TEST_F(Browsing, ExitReturnsToThePluginMenu)
     const std::string shown = widgets();
     EXPECT_TRUE(showsWidget(shown, "plugin-menu")) << shown;
     EXPECT_EQ(titleOf(shown), "") << "the plug-in's window is gone";
+}
+
+// The genre list trickles in a byte at a time while green asks for the top
+// list: the top list comes whole, and the abandoned genre list is fetched
+// anew, whole, when yellow is pressed again.
+TEST(BrowsingCrossing, AListKeyWhileAListTricklesInLeavesNoListCutShort)
+{
+    StationServerProcess server;
+    server.addFault("/sbin/newxml.phtml", "trickle", 1);
+    EmulatorProcess emulator{{"--plugin", TARNWAVE_PLUGIN_PATH, "--directory", server.baseUrl()}};
+    tarnwave_e2e::Screen screen{emulator};
+    ASSERT_TRUE(screen.waitForTitle("Tarnwave / Favourites"));
+    screen.key("yellow");
+    ASSERT_TRUE(emulator.waitForBody("/api/widgets", "Download...", std::chrono::seconds(10)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // a part of the genre list has come
+    screen.key("green");
+    ASSERT_TRUE(screen.waitForTitle("Tarnwave / Top List")) << screen.widgets();
+    const std::string topTitle = titleOf(screen.widgets());
+    EXPECT_EQ(topTitle.find("(0 entries)"), std::string::npos) << topTitle;
+    screen.settle();
+    EXPECT_EQ(titleOf(screen.widgets()), topTitle) << "the genres did not land in the top list";
+
+    screen.key("yellow");
+    ASSERT_TRUE(screen.waitForTitle("Tarnwave / Genre List")) << screen.widgets();
+    const std::regex count("\\((\\d+) entries\\)");
+    std::smatch match;
+    const std::string genreTitle = titleOf(screen.widgets());
+    ASSERT_TRUE(std::regex_search(genreTitle, match, count)) << genreTitle;
+    EXPECT_GE(std::stoi(match[1]), 30) << "the whole genre list";
+    // The server logs a request when it is done: the abandoned one, once it
+    // notices the client has gone.
+    EXPECT_TRUE(within(std::chrono::seconds(10), [&] { return requestsFor(server, "/sbin/newxml.phtml ") == 2; }))
+        << server.log();
 }
 
 TEST(BrowsingFailures, AServerAnswering503ShowsItsStatusLine)

@@ -1,11 +1,13 @@
 #ifndef TARNWAVE_TESTS_INTEGRATION_PLUGIN_SCRIPTED_HTTP_SERVER_H
 #define TARNWAVE_TESTS_INTEGRATION_PLUGIN_SCRIPTED_HTTP_SERVER_H
 
-// A small HTTP server on an ephemeral loopback port, served from its own
-// thread, for tests that need exact control of a reply: it records each
-// request as it arrived (request line and headers, byte for byte) and answers
-// with a scripted reply whose body goes out in the given pieces, with a pause
-// after each, so that the client receives them one by one.
+// A small HTTP server on an ephemeral loopback port, for tests that need exact
+// control of a reply: it records each request as it arrived (request line and
+// headers, byte for byte) and answers with a scripted reply whose body goes
+// out in the given pieces, with a pause after each, so that the client
+// receives them one by one. Each connection is answered on a thread of its
+// own, so that replies can overlap: a reply with a gate sends its head and its
+// first `heldAfter` body bytes, then waits until the test opens the gate.
 
 #include "support/loopback_listener.h"
 
@@ -17,9 +19,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -37,6 +41,8 @@ struct ScriptedReply
     std::string reason = "OK";
     std::vector<std::string> bodyPieces;
     std::chrono::milliseconds pauseAfterPiece{0};
+    std::string gate; // empty: the reply is not held
+    std::size_t heldAfter = 0; // body bytes sent before the gate
 };
 
 class ScriptedHttpServer
@@ -51,8 +57,14 @@ public:
     }
     ~ScriptedHttpServer()
     {
-        m_stopping = true;
+        {
+            std::lock_guard lock(m_mutex);
+            m_stopping = true;
+        }
+        m_gateOpened.notify_all();
         m_thread.join();
+        for (std::thread &answering : m_answering)
+            answering.join();
     }
     ScriptedHttpServer(const ScriptedHttpServer &) = delete;
     ScriptedHttpServer &operator=(const ScriptedHttpServer &) = delete;
@@ -68,6 +80,23 @@ public:
         return m_received;
     }
 
+    // Lets the replies held at `gate` go on, those waiting and those to come.
+    void open(const std::string &gate)
+    {
+        {
+            std::lock_guard lock(m_mutex);
+            m_openGates.insert(gate);
+        }
+        m_gateOpened.notify_all();
+    }
+
+    // How many replies wait at `gate` now.
+    int waitingAt(const std::string &gate)
+    {
+        std::lock_guard lock(m_mutex);
+        return m_waiting.count(gate) ? m_waiting[gate] : 0;
+    }
+
 private:
     void serve()
     {
@@ -78,9 +107,20 @@ private:
             const int client = accept(m_listener.fd(), nullptr, nullptr);
             if (client < 0)
                 continue;
-            answer(client);
-            close(client);
+            m_answering.emplace_back([this, client] {
+                answer(client);
+                close(client);
+            });
         }
+    }
+
+    // Blocks a held reply until its gate opens (or the server stops).
+    void waitAtGate(const std::string &gate)
+    {
+        std::unique_lock lock(m_mutex);
+        ++m_waiting[gate];
+        m_gateOpened.wait(lock, [&] { return m_stopping || m_openGates.count(gate) > 0; });
+        --m_waiting[gate];
     }
 
     void answer(int client)
@@ -110,8 +150,19 @@ private:
                                       + "\r\nContent-Length: " + std::to_string(length)
                                       + "\r\nConnection: close\r\n\r\n";
         sendAll(client, replyHead);
+        std::size_t sent = 0;
         for (const std::string &piece : reply.bodyPieces) {
-            sendAll(client, piece);
+            const bool gateInside =
+                !reply.gate.empty() && sent <= reply.heldAfter && reply.heldAfter < sent + piece.size();
+            if (gateInside) {
+                const std::size_t before = reply.heldAfter - sent;
+                sendAll(client, piece.substr(0, before));
+                waitAtGate(reply.gate);
+                sendAll(client, piece.substr(before));
+            } else {
+                sendAll(client, piece);
+            }
+            sent += piece.size();
             std::this_thread::sleep_for(reply.pauseAfterPiece);
         }
     }
@@ -156,7 +207,11 @@ private:
     LoopbackListener m_listener{8};
     std::atomic<bool> m_stopping{false};
     std::mutex m_mutex;
+    std::condition_variable m_gateOpened;
+    std::set<std::string> m_openGates;
+    std::map<std::string, int> m_waiting;
     std::vector<ScriptedRequest> m_received;
+    std::vector<std::thread> m_answering; // only the serving thread adds to it
     std::thread m_thread;
 };
 
