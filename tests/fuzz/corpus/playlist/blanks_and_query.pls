@@ -1,0 +1,1 @@
+File1= http://x/?a=b&c=d  

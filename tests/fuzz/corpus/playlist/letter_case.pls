@@ -1,0 +1,2 @@
+file1=http://small/
+FILE1=http://capital/

@@ -1,0 +1,3 @@
+#EXTM3U
+#EXTINF:-1,Station
+http://m3u.example/stream

@@ -1,0 +1,3 @@
+NumberOfEntries=1
+File http://no-equals.example/
+File2=http://second/

@@ -1,0 +1,3 @@
+[playlist]
+Title1=File of the week
+File1=http://real.example/stream
