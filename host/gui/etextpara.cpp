@@ -51,7 +51,15 @@ void eTextPara::newLine()
         line.startX = m_area.left();
     }
     line.endX = line.startX;
-    m_lines.push_back(line);
+    line.visible = line.baseline - visibilityMargin() < m_area.bottom();
+    ++m_lineCount;
+    if (!line.visible && !m_lines.empty() && !m_lines.back().visible) {
+        // Below the area one record serves every line; only the widest is remembered.
+        m_widestHidden = std::max(m_widestHidden, m_lines.back().endX - m_lines.back().startX);
+        m_lines.back() = line;
+    } else {
+        m_lines.push_back(line);
+    }
     m_penX = line.startX;
     m_hasBreak = false;
     m_lastWasBlank = false;
@@ -67,13 +75,12 @@ void eTextPara::wrapAtBreak()
 {
     const std::size_t moved = m_breakGlyph;
     const int shift = m_breakX - m_area.left();
-    const int brokenEnd = m_endXBeforeBreak;
     const int penAfter = m_penX - shift;
 
+    Line &broken = m_lines.back();
+    broken.end = moved;
+    broken.endX = m_endXBeforeBreak;
     newLine();
-    Line &previous = m_lines[m_lines.size() - 2];
-    previous.end = moved;
-    previous.endX = brokenEnd;
     Line &line = m_lines.back();
     line.first = moved;
     line.end = m_glyphs.size();
@@ -81,16 +88,18 @@ void eTextPara::wrapAtBreak()
         m_glyphs[i].x -= shift;
     m_penX = penAfter;
     line.endX = penAfter;
+    line.hasGlyph = m_glyphSinceBreak;
 }
 
 void eTextPara::appendGlyph(const boxgfx::Glyph &glyph, bool wrap)
 {
-    if (m_lastWasBlank && m_glyphs.size() > m_lines.back().first) {
+    if (m_lastWasBlank && m_lines.back().hasGlyph) {
         // A blank run after a word: the line may be broken before this glyph.
         m_hasBreak = true;
         m_breakGlyph = m_glyphs.size();
         m_breakX = m_penX;
         m_endXBeforeBreak = m_lines.back().endX;
+        m_glyphSinceBreak = false;
     }
     m_lastWasBlank = false;
 
@@ -98,15 +107,27 @@ void eTextPara::appendGlyph(const boxgfx::Glyph &glyph, bool wrap)
         auto overflows = [&] { return m_penX + std::max(glyph.advance, glyph.left + glyph.width) > m_area.right(); };
         if (overflows() && m_hasBreak)
             wrapAtBreak();
-        if (overflows() && m_glyphs.size() > m_lines.back().first)
+        if (overflows() && m_lines.back().hasGlyph)
             newLine(); // a word wider than the area: break between characters
     }
 
-    m_glyphs.push_back({&glyph, m_penX});
+    // Only glyphs that can be seen are kept: a line below the area, or the
+    // part of a line beyond its right edge, is measured but holds no glyphs.
+    if (m_lines.back().visible && m_penX < m_area.right() + visibilityMargin())
+        m_glyphs.push_back({&glyph, m_penX});
     m_penX += glyph.advance;
     Line &line = m_lines.back();
     line.end = m_glyphs.size();
     line.endX = m_penX;
+    line.hasGlyph = true;
+    m_glyphSinceBreak = true;
+}
+
+int eTextPara::visibilityMargin() const
+{
+    // Glyphs reach somewhat beyond their pen position and the line's ascender
+    // and descender; two line heights cover any font.
+    return 2 * std::max(m_lineHeight, 1);
 }
 
 int eTextPara::renderString(const eString &text, int flags)
@@ -119,10 +140,6 @@ int eTextPara::renderString(const eString &text, int flags)
     const bool wrap = (flags & RS_WRAP) != 0;
     if (m_lines.empty())
         newLine();
-    // Room for the whole text at once, growing geometrically so that many
-    // short appends stay linear.
-    if (const std::size_t needed = m_glyphs.size() + text.size(); needed > m_glyphs.capacity())
-        m_glyphs.reserve(std::max(needed, 2 * m_glyphs.capacity()));
 
     const char *position = text.data();
     const char *end = position + text.size();
@@ -154,6 +171,10 @@ void eTextPara::realign(int dir)
     m_alignment = dir;
     for (Line &line : m_lines) {
         const int width = line.endX - line.startX;
+        if (line.endX > m_area.right()) {
+            line.shift = 0; // too wide: its start stays in view
+            continue;
+        }
         switch (dir) {
         case dirRight: line.shift = m_area.right() - line.endX; break;
         case dirCenter: line.shift = m_area.left() + (m_area.width() - width) / 2 - line.startX; break;
@@ -180,7 +201,7 @@ eRect eTextPara::getBoundBox() const
 
 int eTextPara::textWidth() const
 {
-    int width = 0;
+    int width = m_widestHidden;
     for (const Line &line : m_lines)
         width = std::max(width, line.endX - line.startX);
     return width;
@@ -190,6 +211,8 @@ void eTextPara::clear()
 {
     m_glyphs.clear();
     m_lines.clear();
+    m_lineCount = 0;
+    m_widestHidden = 0;
     m_penX = 0;
     m_hasBreak = false;
     m_lastWasBlank = false;
@@ -204,9 +227,7 @@ void eTextPara::draw(gPixmap &target, ePoint offset, gRGB colour, const eRect &c
         return;
     const std::uint32_t rgb = colour.argb() & 0x00ffffffu;
     const std::uint32_t colourAlpha = colour.a;
-    // Glyphs may reach somewhat beyond the line's ascender and descender; a
-    // line more than two line heights away from the visible rows has no ink there.
-    const int margin = 2 * std::max(m_lineHeight, 1);
+    const int margin = visibilityMargin();
 
     for (const Line &line : m_lines) {
         const int baseline = line.baseline + offset.y();

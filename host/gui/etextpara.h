@@ -5,8 +5,11 @@
 // will be drawn, relative to the point passed to gPainter::renderPara), given a
 // font, a text, then aligned. Created with new, released with destroy().
 //
-// Layout costs time linear in the text; drawing skips lines outside the area
-// and the clip, and never draws outside the area.
+// Layout costs time linear in the text, and memory only for what can be seen:
+// glyphs of lines below the area, and of the part of a line beyond its right
+// edge, are measured but not kept, so a megabyte of text in a small area
+// costs little. Drawing skips lines outside the area and the clip, and never
+// draws outside the area.
 
 #include "base/estring.h"
 #include "gui/geometry.h"
@@ -49,17 +52,18 @@ public:
     int renderString(const eString &text, int flags = 0);
 
     // Places every line left, centred or right within the area width, by the
-    // advance width of its text (trailing blanks not counted).
+    // advance width of its text (trailing blanks not counted). A line wider
+    // than the area stays at the left, so that its start is seen.
     void realign(int dir);
 
-    // The ink extent of the laid-out text, in paragraph coordinates; empty when
-    // there is no visible glyph.
+    // The ink extent of the glyphs kept (those that can be seen), in paragraph
+    // coordinates; empty when there is no visible glyph.
     eRect getBoundBox() const;
     const eRect &area() const { return m_area; }
     int lineHeight() const { return m_lineHeight; }
     int ascender() const { return m_ascender; }
     // Lines laid out so far: 0 before any text, 2 for "a\n".
-    int lineCount() const { return static_cast<int>(m_lines.size()); }
+    int lineCount() const { return m_lineCount; }
     // The advance width of the widest line (trailing blanks not counted).
     int textWidth() const;
 
@@ -90,6 +94,8 @@ private:
         int startX = 0; // pen position where the line starts
         int endX = 0; // pen position after the last non-blank character
         int shift = 0; // added to every x by realign()
+        bool visible = true; // not below the area: its glyphs are kept
+        bool hasGlyph = false; // a glyph was appended (kept or not)
     };
 
     void newLine();
@@ -97,6 +103,8 @@ private:
     void appendGlyph(const boxgfx::Glyph &glyph, bool wrap);
     // Moves the glyphs after the last break opportunity to a new line.
     void wrapAtBreak();
+    // How far beyond the area a glyph may still leave ink.
+    int visibilityMargin() const;
 
     eRect m_area;
     ePoint m_start;
@@ -108,7 +116,9 @@ private:
     int m_alignment = dirLeft;
 
     std::vector<PlacedGlyph> m_glyphs;
-    std::vector<Line> m_lines;
+    std::vector<Line> m_lines; // the lines that can be seen, then at most one below the area
+    int m_lineCount = 0;
+    int m_widestHidden = 0; // the widest line whose record was reused
     int m_penX = 0;
     // Where the current line may be broken when RS_WRAP is given: the index of
     // the first glyph after the last blank run, and the pen position there.
@@ -116,6 +126,7 @@ private:
     int m_breakX = 0;
     int m_endXBeforeBreak = 0; // where the line ends when broken there
     bool m_hasBreak = false;
+    bool m_glyphSinceBreak = false; // a glyph was appended after the break
     bool m_lastWasBlank = false;
 };
 

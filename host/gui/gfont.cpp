@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
 
 #ifndef TARNWAVE_FONT_DIR
 #define TARNWAVE_FONT_DIR "/usr/share/fonts/truetype/dejavu"
@@ -83,8 +82,9 @@ int textWidth(const gFont &font, const eString &text)
 {
     eString oneLine = text;
     oneLine.erase(std::remove(oneLine.begin(), oneLine.end(), '\n'), oneLine.end());
-    constexpr int unlimited = std::numeric_limits<int>::max() / 4;
-    auto *paragraph = new eTextPara(eRect(ePoint(0, 0), eSize(unlimited, unlimited)));
+    // An area without width: the line is measured whole, and none of its
+    // glyphs need keeping for drawing.
+    auto *paragraph = new eTextPara(eRect(ePoint(0, 0), eSize(0, fontMetrics(font).lineHeight)));
     paragraph->setFont(font);
     paragraph->renderString(oneLine);
     const int width = paragraph->textWidth();

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -308,6 +311,70 @@ TEST(TextPara, TenThousandCharactersLayOutAndDraw)
     EXPECT_EQ(appended->lineCount(), wrapped->lineCount()) << "appending piece by piece lays out the same";
     EXPECT_LE(wrapped->getBoundBox().right(), area.right());
     EXPECT_TRUE(area.contains(inkOf(pixmap)));
+}
+
+} // namespace
+
+namespace {
+
+// Bytes handed out by malloc and not yet freed; 0 under an allocator that
+// does not report them (a sanitizer's).
+std::size_t heapInUse()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+std::string words(std::size_t bytes)
+{
+    std::string text;
+    while (text.size() < bytes)
+        text += "Radio K\xc3\xb6ln ";
+    return text;
+}
+
+TEST(TextPara, AMegabyteInASmallAreaKeepsOnlyWhatCanBeSeen)
+{
+    const std::string text = words(1'000'000);
+    for (const int flags : {0, static_cast<int>(eTextPara::RS_WRAP)}) {
+        const std::size_t before = heapInUse();
+        if (before == 0)
+            GTEST_SKIP() << "this allocator reports no heap figures";
+        Paragraph paragraph = layOut(eRect(ePoint(0, 0), eSize(300, 60)), text, flags);
+        const std::size_t growth = heapInUse() - before;
+        EXPECT_LT(growth, std::size_t{64} << 10) << "flags " << flags << ": " << growth / 1024 << " KiB";
+        gPixmap pixmap(eSize(300, 60));
+        draw(pixmap, *paragraph);
+        EXPECT_GT(inkedPixels(pixmap), 100) << "what can be seen is drawn";
+    }
+}
+
+TEST(TextPara, LinesBelowTheAreaAreCountedAndMeasured)
+{
+    const std::string text = words(20'000) + "\n" + std::string(60, 'W');
+    const Paragraph small = layOut(eRect(ePoint(0, 0), eSize(300, 60)), text, eTextPara::RS_WRAP);
+    const Paragraph tall = layOut(eRect(ePoint(0, 0), eSize(300, 1 << 24)), text, eTextPara::RS_WRAP);
+    EXPECT_GT(tall->lineCount(), 100);
+    EXPECT_EQ(small->lineCount(), tall->lineCount());
+    EXPECT_EQ(small->textWidth(), tall->textWidth());
+
+    const Paragraph oneLine = layOut(eRect(ePoint(0, 0), eSize(300, 30)), words(20'000));
+    const Paragraph unlimited = layOut(eRect(ePoint(0, 0), eSize(1 << 24, 30)), words(20'000));
+    EXPECT_EQ(oneLine->textWidth(), unlimited->textWidth());
+    EXPECT_GT(oneLine->textWidth(), 300);
+}
+
+TEST(TextPara, ALineWiderThanTheAreaShowsItsStartWhateverTheAlignment)
+{
+    const eRect area(ePoint(0, 0), eSize(200, 30));
+    gPixmap left(area.size());
+    draw(left, *layOut(area, words(2'000)));
+    for (const int align : {static_cast<int>(eTextPara::dirCenter), static_cast<int>(eTextPara::dirRight)}) {
+        gPixmap aligned(area.size());
+        draw(aligned, *layOut(area, words(2'000), 0, align));
+        EXPECT_EQ(inkOf(aligned), inkOf(left)) << "alignment " << align;
+        EXPECT_EQ(inkedPixels(aligned), inkedPixels(left)) << "alignment " << align;
+    }
 }
 
 } // namespace
