@@ -1,6 +1,10 @@
 #include "emulator_process.h"
 
+#include "support/sanitizer_report.h"
+
 #include <httplib.h>
+
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
@@ -183,6 +187,9 @@ std::string EmulatorProcess::boxFile(const std::string &boxPath) const
 EmulatorProcess::~EmulatorProcess()
 {
     stop(std::chrono::seconds(5));
+    // A finding of the sanitizers fails the test that started the emulator.
+    if (const std::string report = sanitizerReport(errors()); !report.empty())
+        ADD_FAILURE() << "box-emulator had a sanitizer finding:\n" << report;
     std::error_code ignored;
     std::filesystem::remove(m_errorFile, ignored);
 }
@@ -262,6 +269,8 @@ EmulatorExit runEmulatorToExit(const std::vector<std::string> &arguments, std::c
         result.status = -1;
     }
     result.errors = fileText(errorFile);
+    if (const std::string report = sanitizerReport(result.errors); !report.empty())
+        ADD_FAILURE() << "box-emulator had a sanitizer finding:\n" << report;
     return result;
 }
 

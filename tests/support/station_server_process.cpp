@@ -1,5 +1,7 @@
 #include "support/station_server_process.h"
 
+#include "support/sanitizer_report.h"
+
 #include <arpa/inet.h>
 #include <cctype>
 #include <cerrno>
@@ -142,6 +144,12 @@ StationServerProcess::~StationServerProcess()
         stop();
     if (output_ >= 0)
         close(output_);
+    // A finding of the sanitizers in the server fails the test (or benchmark)
+    // that started it; this support code serves programs without GoogleTest too.
+    if (const std::string report = sanitizerReport(log()); !report.empty()) {
+        std::fprintf(stderr, "station-server had a sanitizer finding:\n%s\n", report.c_str());
+        std::abort();
+    }
 }
 
 void StationServerProcess::waitUntilListening(std::chrono::milliseconds limit)
