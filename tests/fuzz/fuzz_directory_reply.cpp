@@ -57,12 +57,12 @@ bool parsedInPieces(std::string_view body, XMLTreeParser &parser)
 {
     eHTTPDownloadXML sink(nullptr, parser);
     std::uint64_t random = fuzz::fingerprint(body);
-    std::string piece;
     while (!body.empty() && sink.error == 0) {
         const std::uint64_t choice = fuzz::nextRandom(random);
         const std::size_t longest = (choice & 3) == 0 ? 16384 : (choice & 3) == 1 ? 2048 : 16;
         const std::size_t length = std::min<std::size_t>(body.size(), 1 + (choice >> 8) % longest);
-        piece.assign(body.substr(0, length)); // a buffer of its own, as curl's
+        // A buffer of exactly the piece, as curl's, so that reading past it is caught.
+        std::vector<char> piece(body.begin(), body.begin() + static_cast<long>(length));
         sink.haveData(piece.data(), static_cast<int>(length));
         body.remove_prefix(length);
     }
