@@ -1,6 +1,7 @@
 // Thirty-two listeners at once, for ten seconds each: every one receives its
 // station's bitrate without gaps, and the server needs less than one core.
 
+#include "process_cpu.h"
 #include "raw_http.h"
 #include "support/station_server_process.h"
 #include "xml_document.h"
@@ -9,12 +10,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <iostream>
 #include <set>
-#include <sstream>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -58,24 +56,6 @@ std::vector<XmlElement> pickStations(const StationServerProcess &server)
     }
     picked.resize(std::min(picked.size(), listeners));
     return picked;
-}
-
-// User and system CPU time of a process, in seconds.
-double cpuSecondsOf(pid_t pid)
-{
-    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
-    std::string stat;
-    std::getline(in, stat);
-    // The fields after the command name in parentheses: utime and stime are
-    // the 12th and 13th of them.
-    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
-    std::string field;
-    double ticks = 0.0;
-    for (int index = 1; index <= 13 && fields >> field; ++index) {
-        if (index >= 12)
-            ticks += std::stod(field);
-    }
-    return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 std::vector<Listener> startListening(const StationServerProcess &server, bool withMetadata)
