@@ -1,6 +1,5 @@
 #include "connection.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -16,53 +15,39 @@ namespace {
 
 // How long one wait lasts before the stop flag is looked at again.
 constexpr std::chrono::milliseconds stopCheckInterval(100);
-// A request's bytes, or a client taking a reply's bytes, may pause this long.
-constexpr std::chrono::milliseconds readTimeout(10000);
+// A client taking a reply's bytes may pause this long.
 constexpr std::chrono::milliseconds writeTimeout(10000);
-// A request line longer than this is passed on as it is (and refused there).
-constexpr std::size_t longestRequestLine = 16 * 1024;
 
 thread_local Connection *currentConnection = nullptr;
 
-void addressOf(int socket, bool remote, std::string &ip, int &port)
-{
-    sockaddr_storage address{};
-    socklen_t length = sizeof(address);
-    auto *raw = reinterpret_cast<sockaddr *>(&address);
-    const int result = remote ? getpeername(socket, raw, &length) : getsockname(socket, raw, &length);
-    if (result != 0)
-        return;
-    char text[INET6_ADDRSTRLEN] = {};
-    if (address.ss_family == AF_INET) {
-        const auto *v4 = reinterpret_cast<const sockaddr_in *>(&address);
-        inet_ntop(AF_INET, &v4->sin_addr, text, sizeof(text));
-        port = ntohs(v4->sin_port);
-    } else if (address.ss_family == AF_INET6) {
-        const auto *v6 = reinterpret_cast<const sockaddr_in6 *>(&address);
-        inet_ntop(AF_INET6, &v6->sin6_addr, text, sizeof(text));
-        port = ntohs(v6->sin6_port);
-    }
-    ip = text;
-}
-
 } // namespace
 
-Connection::Connection(int socket, const StopFlag &stop) : socket_(socket), stop_(stop)
+Connection::Connection(int socket, const StopFlag &stop, std::string received,
+                       std::chrono::steady_clock::time_point readDeadline)
+    : socket_(socket), stop_(stop), buffer_(std::move(received)), readDeadline_(readDeadline),
+      remote_(peerAddressOf(socket)), local_(localAddressOf(socket)), remoteAddress_(remote_.text())
 {
     // Small replies go out at once instead of waiting for the client's
     // acknowledgement of the header segment.
     int on = 1;
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    addressOf(socket_, true, remoteIp_, remotePort_);
-    addressOf(socket_, false, localIp_, localPort_);
-    remoteAddress_ = (remoteIp_.find(':') != std::string::npos ? "[" + remoteIp_ + "]" : remoteIp_) + ":"
-                     + std::to_string(remotePort_);
 }
 
 Connection::~Connection()
 {
+    if (socket_ < 0)
+        return;
     shutdown(socket_, SHUT_RDWR);
     close(socket_);
+}
+
+Connection::Released Connection::release()
+{
+    Released released{socket_, buffer_.substr(bufferPosition_)};
+    socket_ = -1;
+    buffer_.clear();
+    bufferPosition_ = 0;
+    return released;
 }
 
 Connection::Wait Connection::waitFor(short events, std::chrono::milliseconds limit) const
@@ -84,11 +69,16 @@ Connection::Wait Connection::waitFor(short events, std::chrono::milliseconds lim
     }
 }
 
+std::chrono::milliseconds Connection::readTimeLeft() const
+{
+    return std::chrono::ceil<std::chrono::milliseconds>(readDeadline_ - std::chrono::steady_clock::now());
+}
+
 bool Connection::fill()
 {
     char chunk[4096];
     for (;;) {
-        if (waitFor(POLLIN, readTimeout) != Wait::ready)
+        if (waitFor(POLLIN, readTimeLeft()) != Wait::ready)
             return false;
         const ssize_t got = recv(socket_, chunk, sizeof(chunk), MSG_DONTWAIT);
         if (got > 0) {
@@ -106,7 +96,7 @@ bool Connection::fill()
 
 bool Connection::is_readable() const
 {
-    return bufferPosition_ < buffer_.size() || waitFor(POLLIN, readTimeout) == Wait::ready;
+    return bufferPosition_ < buffer_.size() || waitFor(POLLIN, readTimeLeft()) == Wait::ready;
 }
 
 bool Connection::is_writable() const
@@ -128,13 +118,9 @@ ssize_t Connection::read(char *data, size_t size)
 
 void Connection::repairRequestLine()
 {
+    // The whole request is in the buffer (RequestGate), its line first.
     expectRequestLine_ = false;
-    std::size_t end = buffer_.find('\n', bufferPosition_);
-    while (end == std::string::npos && buffer_.size() - bufferPosition_ < longestRequestLine) {
-        if (!fill())
-            return;
-        end = buffer_.find('\n', bufferPosition_);
-    }
+    const std::size_t end = buffer_.find('\n', bufferPosition_);
     if (end == std::string::npos)
         return;
     std::string_view line(buffer_.data() + bufferPosition_, end - bufferPosition_);
@@ -222,16 +208,6 @@ bool Connection::clientHasClosed() const
     return recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
 }
 
-bool Connection::awaitRequest(std::chrono::milliseconds idle)
-{
-    if (bufferPosition_ < buffer_.size())
-        return true;
-    if (waitFor(POLLIN, idle) != Wait::ready)
-        return false;
-    char byte = 0;
-    return recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
-}
-
 void Connection::beginRequest()
 {
     expectRequestLine_ = true;
@@ -244,14 +220,14 @@ void Connection::beginRequest()
 
 void Connection::get_remote_ip_and_port(std::string &ip, int &port) const
 {
-    ip = remoteIp_;
-    port = remotePort_;
+    ip = remote_.ip;
+    port = remote_.port;
 }
 
 void Connection::get_local_ip_and_port(std::string &ip, int &port) const
 {
-    ip = localIp_;
-    port = localPort_;
+    ip = local_.ip;
+    port = local_.port;
 }
 
 Connection *Connection::current()

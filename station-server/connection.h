@@ -1,6 +1,7 @@
 #ifndef TARNWAVE_STATION_SERVER_CONNECTION_H
 #define TARNWAVE_STATION_SERVER_CONNECTION_H
 
+#include "socket_address.h"
 #include "stop_flag.h"
 
 #include <httplib.h>
@@ -12,8 +13,11 @@
 
 namespace station {
 
-// One client connection, as the stream cpp-httplib reads requests from and
-// writes replies to. On top of a plain socket stream it
+// One client connection while a worker serves a request on it, as the stream
+// cpp-httplib reads the request from and writes the reply to. The request
+// has arrived whole before (RequestGate); what remains to be read (a chunked
+// body) must come by the request's deadline. On top of a plain socket stream
+// it
 //  - repairs the request line: the plug-in sends its search text unencoded,
 //    so "GET /sbin/newxml.phtml?search=hip hop HTTP/1.1" arrives with a raw
 //    blank, which becomes %20 before cpp-httplib (which would refuse it)
@@ -27,7 +31,9 @@ namespace station {
 class Connection final : public httplib::Stream
 {
 public:
-    Connection(int socket, const StopFlag &stop);
+    // `received`: the bytes that have arrived, the request first.
+    Connection(int socket, const StopFlag &stop, std::string received,
+               std::chrono::steady_clock::time_point readDeadline);
     ~Connection() override;
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
@@ -41,11 +47,16 @@ public:
     void get_local_ip_and_port(std::string &ip, int &port) const override;
     int socket() const override { return socket_; }
 
-    // True when the first byte of a next request is there; false when the
-    // client closed, `idle` passed or the server stops.
-    bool awaitRequest(std::chrono::milliseconds idle);
     // The next line read is the request line of a new request.
     void beginRequest();
+    // Gives up the socket, to wait for the next request elsewhere; the bytes
+    // received past this request. The connection is unusable afterwards.
+    struct Released
+    {
+        int socket;
+        std::string received;
+    };
+    Released release();
 
     // The connection whose request the calling thread is handling (set while
     // cpp-httplib runs a handler), or nullptr.
@@ -74,6 +85,7 @@ public:
 private:
     enum class Wait { ready, timedOut, stopped, failed };
     Wait waitFor(short events, std::chrono::milliseconds limit) const;
+    std::chrono::milliseconds readTimeLeft() const;
     // Reads what the socket has into the buffer; false at its end or on failure.
     bool fill();
     void repairRequestLine();
@@ -83,16 +95,15 @@ private:
     const StopFlag &stop_;
     std::string buffer_;
     std::size_t bufferPosition_ = 0;
+    std::chrono::steady_clock::time_point readDeadline_;
     bool expectRequestLine_ = false;
     bool takenOver_ = false;
     std::string requestLine_;
     int status_ = 0;
     bool statusNoted_ = false;
     std::size_t bytesSent_ = 0;
-    std::string remoteIp_;
-    int remotePort_ = 0;
-    std::string localIp_;
-    int localPort_ = 0;
+    SocketAddress remote_;
+    SocketAddress local_;
     std::string remoteAddress_;
 };
 

@@ -137,7 +137,7 @@ int main(int argc, char **argv)
     station::FaultTable faults;
     for (const station::FaultRule &rule : options.faults)
         faults.add(rule);
-    station::StationHttpServer server(stop, *log, options.workers);
+    station::StationHttpServer server(stop, *log, options.workers, options.requestTimeout);
     station::StationService service(*catalogue, titles, loops, faults,
                                     station::LiveStreamSettings{options.metadataInterval, options.burst});
     service.installOn(server);

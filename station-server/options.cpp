@@ -94,6 +94,8 @@ ServerOptions parseOptions(const std::vector<std::string> &arguments, std::files
             options.metadataInterval = count(option, value(), 16, 1 << 20);
         } else if (option == "--workers") {
             options.workers = count(option, value(), 2, 1024);
+        } else if (option == "--request-timeout") {
+            options.requestTimeout = seconds(option, value(), 0.1);
         } else if (option == "--log") {
             options.logFile = value();
         } else {
@@ -156,7 +158,10 @@ std::string usageText()
                        "  --burst SECS            audio sent at once when a stream starts (default 2)\n"
                        "  --metaint BYTES         audio bytes between ICY metadata blocks (default 8192)\n"
                        "  --workers N             requests and streams served at once (default 64); more\n"
-                       "                          connections wait for a free worker\n"
+                       "                          requests wait for a free worker\n"
+                       "  --request-timeout SECS  how long a connection may wait to begin a request, and\n"
+                       "                          the request to arrive whole (default 5); then it is\n"
+                       "                          closed, a partly sent request answered 408\n"
                        "  --log FILE              append the access log to FILE instead of stderr\n"
                        "  --help                  this text\n"
                        "\n"

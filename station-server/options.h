@@ -24,6 +24,12 @@ struct ServerOptions
     std::chrono::milliseconds burst{2000};
     std::size_t metadataInterval = 8192;
     std::size_t workers = 64;
+    // How long a connection may wait to begin a request, and then how long
+    // the request may take to arrive whole. The box and every test client
+    // send a request in one piece right after connecting, so it arrives in
+    // milliseconds; 5 s leaves a slow real network ample room, while a client
+    // that sends nothing or a byte at a time holds its connection no longer.
+    std::chrono::milliseconds requestTimeout{5000};
     std::filesystem::path logFile; // empty: stderr
     bool help = false;
 };

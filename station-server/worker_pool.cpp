@@ -2,30 +2,37 @@
 
 namespace station {
 
-BoundedWorkerPool::BoundedWorkerPool(std::size_t workers, std::size_t queueLimit)
-    : queueLimit_(queueLimit > 0 ? queueLimit : 1)
+WorkerPool::WorkerPool(std::size_t workers, std::size_t queueLimit)
+    : workerCount_(workers), queueLimit_(queueLimit > 0 ? queueLimit : 1)
 {
     workers_.reserve(workers);
     for (std::size_t i = 0; i < workers; ++i)
         workers_.emplace_back([this] { work(); });
 }
 
-BoundedWorkerPool::~BoundedWorkerPool()
+WorkerPool::~WorkerPool()
 {
     shutdown();
 }
 
-void BoundedWorkerPool::enqueue(std::function<void()> job)
+bool WorkerPool::hasRoom() const
+{
+    std::lock_guard lock(mutex_);
+    // A job just enqueued waits in the queue until a woken worker takes it,
+    // so a burst of jobs for idle workers must not count as waiting.
+    return busyWorkers_ + jobs_.size() < workerCount_ + queueLimit_;
+}
+
+void WorkerPool::enqueue(std::function<void()> job)
 {
     {
-        std::unique_lock lock(mutex_);
-        jobTaken_.wait(lock, [this] { return jobs_.size() < queueLimit_ || shuttingDown_; });
+        std::lock_guard lock(mutex_);
         jobs_.push_back(std::move(job));
     }
     jobAdded_.notify_one();
 }
 
-void BoundedWorkerPool::shutdown()
+void WorkerPool::shutdown()
 {
     {
         std::lock_guard lock(mutex_);
@@ -34,13 +41,12 @@ void BoundedWorkerPool::shutdown()
         shuttingDown_ = true;
     }
     jobAdded_.notify_all();
-    jobTaken_.notify_all();
     for (std::thread &worker : workers_)
         worker.join();
     workers_.clear();
 }
 
-void BoundedWorkerPool::work()
+void WorkerPool::work()
 {
     for (;;) {
         std::function<void()> job;
@@ -51,9 +57,11 @@ void BoundedWorkerPool::work()
                 return;
             job = std::move(jobs_.front());
             jobs_.pop_front();
+            ++busyWorkers_;
         }
-        jobTaken_.notify_one();
         job();
+        std::lock_guard lock(mutex_);
+        --busyWorkers_;
     }
 }
 

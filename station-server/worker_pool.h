@@ -1,8 +1,6 @@
 #ifndef TARNWAVE_STATION_SERVER_WORKER_POOL_H
 #define TARNWAVE_STATION_SERVER_WORKER_POOL_H
 
-#include <httplib.h>
-
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -13,31 +11,33 @@
 
 namespace station {
 
-// A fixed number of workers, each serving one connection at a time (a stream
-// keeps its worker for as long as it plays), and a bounded queue of accepted
-// connections waiting for one. When the queue is full, accepting waits, so
-// further clients wait in the kernel's listen backlog instead of piling up
-// here.
-class BoundedWorkerPool final : public httplib::TaskQueue
+// A fixed number of workers, each running one job at a time (a request, or a
+// stream for as long as it plays), and a queue of jobs waiting for one. The
+// queue's limit is for the one who enqueues to heed (hasRoom), so that it can
+// refuse work instead of waiting.
+class WorkerPool
 {
 public:
-    BoundedWorkerPool(std::size_t workers, std::size_t queueLimit);
-    ~BoundedWorkerPool() override;
-    BoundedWorkerPool(const BoundedWorkerPool &) = delete;
-    BoundedWorkerPool &operator=(const BoundedWorkerPool &) = delete;
+    WorkerPool(std::size_t workers, std::size_t queueLimit);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool &) = delete;
+    WorkerPool &operator=(const WorkerPool &) = delete;
 
-    void enqueue(std::function<void()> job) override;
+    // True while fewer than queueLimit jobs wait beyond the idle workers.
+    bool hasRoom() const;
+    void enqueue(std::function<void()> job);
     // Runs what is queued, then ends the workers.
-    void shutdown() override;
+    void shutdown();
 
 private:
     void work();
 
+    std::size_t workerCount_;
     std::size_t queueLimit_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::condition_variable jobAdded_;
-    std::condition_variable jobTaken_;
     std::deque<std::function<void()>> jobs_;
+    std::size_t busyWorkers_ = 0;
     bool shuttingDown_ = false;
     std::vector<std::thread> workers_;
 };
