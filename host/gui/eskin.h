@@ -15,8 +15,8 @@
 //   <skin>
 //     <colors>  <color name="std_dred" value="#ff9a1010"/> ...       (#AARRGGBB or #RRGGBB)
 //     <faces>   <face name="Regular" file="DejaVuSans.ttf"/> ...     (relative to the font directory)
-//     <fonts>   <font name="epg.title" face="Regular" size="20"/> ...
-//     <values>  <value name="fontsize" value="20"/> ...
+//     <fonts>   <font name="epg.title" face="Regular" size="20"/> ...  (1 to largestFontSize pixels)
+//     <values>  <value name="fontsize" value="20"/> ...             (whole numbers; "fontsize" as a font's size)
 //     <images>  <image name="key.32" file="images/key32.png"/> ...  (relative to the skin file)
 //     <decorations>
 //       <deco name="eButton" border="2" borderColor="..." focusBorderColor="..."

@@ -11,6 +11,11 @@
 #include <set>
 #include <string>
 
+// The largest pixel size a font is drawn at. A face taller than the screen is
+// of no use, and the bound keeps glyph bitmaps, and sums of font sizes, far
+// from overflowing; larger fonts draw nothing, and skins cannot name them.
+inline constexpr int largestFontSize = 1024;
+
 struct gFont
 {
     eString family; // a face registered with the font registry, e.g. "Regular"

@@ -1,6 +1,7 @@
 #include "gui/glyph_cache.h"
 
 #include "base/elog.h"
+#include "gui/gfont.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -162,7 +163,7 @@ bool GlyphCache::isLoadableFont(const std::string &file)
 
 SizedFace *GlyphCache::sizedFace(const std::string &file, int pixelSize)
 {
-    if (pixelSize <= 0)
+    if (pixelSize <= 0 || pixelSize > largestFontSize)
         return nullptr;
     std::lock_guard<std::mutex> guard(m_impl->mutex);
     auto key = std::make_pair(file, pixelSize);

@@ -51,8 +51,8 @@ public:
     bool isLoadableFont(const std::string &file);
 
     // The face in `file` at `pixelSize`; null when the file is not a loadable
-    // font or the size is not positive. The pointer stays valid for the life
-    // of the process.
+    // font or the size is not from 1 to largestFontSize (gui/gfont.h). The
+    // pointer stays valid for the life of the process.
     SizedFace *sizedFace(const std::string &file, int pixelSize);
 
     // The glyph of `codePoint`, rasterised on first use.

@@ -318,9 +318,9 @@ void eSkin::Loader::addFont(const Attributes &attributes)
         return;
     }
     int pixels = 0;
-    if (!skinvalue::parseInt(*size, pixels) || pixels <= 0) {
-        warn("font \"%s\" has the bad size \"%s\" (a positive number of pixels); left out", name->c_str(),
-             size->c_str());
+    if (!skinvalue::parseInt(*size, pixels) || pixels <= 0 || pixels > largestFontSize) {
+        warn("font \"%s\" has the bad size \"%s\" (a number of pixels from 1 to %d); left out", name->c_str(),
+             size->c_str(), largestFontSize);
         return;
     }
     m_fonts.insert_or_assign(*name, gFont(face && !face->empty() ? *face : eFontRegistry::defaultFace, pixels));
@@ -337,6 +337,11 @@ void eSkin::Loader::addValue(const Attributes &attributes)
     int number = 0;
     if (!skinvalue::parseInt(*value, number)) {
         warn("value \"%s\" is \"%s\", not a whole number; left out", name->c_str(), value->c_str());
+        return;
+    }
+    // The size of the default font, which windows also lay themselves out by.
+    if (*name == "fontsize" && (number <= 0 || number > largestFontSize)) {
+        warn("value \"fontsize\" is %d, not a font size from 1 to %d pixels; left out", number, largestFontSize);
         return;
     }
     m_values.insert_or_assign(*name, number);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <string>
 
 namespace {
@@ -92,6 +93,15 @@ TEST(GlyphCache, RefusesFilesThatAreNotFonts)
     EXPECT_FALSE(cache.isLoadableFont((dir.path() / "missing.ttf").string()));
     EXPECT_EQ(cache.sizedFace((dir.path() / "fake.ttf").string(), 20), nullptr);
     EXPECT_EQ(cache.sizedFace(eFontRegistry::instance().fileOf("Regular"), 0), nullptr);
+}
+
+TEST(GlyphCache, RefusesSizesAboveTheLargestFontSize)
+{
+    boxgfx::GlyphCache &cache = boxgfx::GlyphCache::instance();
+    const std::string regular = eFontRegistry::instance().fileOf("Regular");
+    EXPECT_NE(cache.sizedFace(regular, largestFontSize), nullptr);
+    EXPECT_EQ(cache.sizedFace(regular, largestFontSize + 1), nullptr);
+    EXPECT_EQ(cache.sizedFace(regular, std::numeric_limits<int>::max()), nullptr);
 }
 
 TEST(FontRegistry, PresetFacesUseTheDejaVuFiles)

@@ -165,6 +165,27 @@ TEST(SkinFiles, BadColoursNumbersAndElementsAreWarnedAboutAndLeftOut)
     EXPECT_EQ(button.background, gColor(0x20, 0x30, 0x40, 0x10));
 }
 
+TEST(SkinFiles, FontSizesAboveTheLargestAreWarnedAboutAndLeftOut)
+{
+    ASSERT_EQ(largestFontSize, 1024);
+    TempDir dir;
+    const std::string file = dir.file("skin.xml").string();
+    writeFile(file, "<skin>\n"
+                    "  <fonts><font name=\"largest\" face=\"Regular\" size=\"1024\"/></fonts>\n"
+                    "  <fonts><font name=\"huge\" face=\"Regular\" size=\"2147483647\"/></fonts>\n"
+                    "  <values><value name=\"fontsize\" value=\"1025\"/></values>\n"
+                    "</skin>\n");
+    eSkin skin;
+    const std::uint64_t before = boxlog::lastSequence();
+    EXPECT_EQ(skin.load(file.c_str()), 0);
+    EXPECT_EQ(linesMentioning(before, {file, "line 3", "huge", "2147483647"}), 1);
+    EXPECT_EQ(linesMentioning(before, {file, "line 4", "fontsize", "1025"}), 1);
+    EXPECT_EQ(skin.queryFont("largest"), gFont("Regular", 1024));
+    EXPECT_FALSE(skin.hasFont("huge"));
+    EXPECT_FALSE(skin.hasValue("fontsize"));
+    EXPECT_EQ(skin.queryFont("huge"), gFont("Regular", 20)) << "the default font";
+}
+
 TEST(SkinFiles, TheTestSkinLacksTheColourKeysAndFontsize)
 {
     eSkin skin;
