@@ -16,7 +16,7 @@
 //     <colors>  <color name="std_dred" value="#ff9a1010"/> ...       (#AARRGGBB or #RRGGBB)
 //     <faces>   <face name="Regular" file="DejaVuSans.ttf"/> ...     (relative to the font directory)
 //     <fonts>   <font name="epg.title" face="Regular" size="20"/> ...  (1 to largestFontSize pixels)
-//     <values>  <value name="fontsize" value="20"/> ...             (whole numbers; "fontsize" as a font's size)
+//     <values>  <value name="fontsize" value="20"/> ...             (-10000 to 10000; "fontsize" a font's size)
 //     <images>  <image name="key.32" file="images/key32.png"/> ...  (relative to the skin file)
 //     <decorations>
 //       <deco name="eButton" border="2" borderColor="..." focusBorderColor="..."
@@ -29,6 +29,8 @@
 //   </skin>
 //
 // Colour values in attributes may name a skin colour or be written out.
+// Numbers (values, positions, sizes, borders, radii) lie from -10000 to 10000;
+// others are left out with a warning.
 
 #include "base/estring.h"
 #include "gui/gfont.h"

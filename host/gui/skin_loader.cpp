@@ -68,7 +68,7 @@ bool parseInt(std::string_view text, int &number)
         return false;
     int parsed = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (error != std::errc() || end != text.data() + text.size() || parsed < -largestNumber || parsed > largestNumber)
         return false;
     number = parsed;
     return true;
@@ -336,7 +336,8 @@ void eSkin::Loader::addValue(const Attributes &attributes)
     }
     int number = 0;
     if (!skinvalue::parseInt(*value, number)) {
-        warn("value \"%s\" is \"%s\", not a whole number; left out", name->c_str(), value->c_str());
+        warn("value \"%s\" is \"%s\", not a whole number from %d to %d; left out", name->c_str(), value->c_str(),
+             -skinvalue::largestNumber, skinvalue::largestNumber);
         return;
     }
     // The size of the default font, which windows also lay themselves out by.
@@ -401,7 +402,8 @@ void eSkin::Loader::addWidget(const Attributes &attributes)
             int first = 0;
             int second = 0;
             if (!skinvalue::parsePair(value, first, second)) {
-                warn("widget %s \"%s\" is not two numbers \"x,y\"; ignored", key.c_str(), value.c_str());
+                warn("widget %s \"%s\" is not two numbers \"x,y\" from %d to %d; ignored", key.c_str(), value.c_str(),
+                     -skinvalue::largestNumber, skinvalue::largestNumber);
                 continue;
             }
             if (key == "position")
@@ -440,8 +442,8 @@ eDecoration eSkin::Loader::resolveDecoration(const PendingDecoration &pending) c
         if (key == "border" || key == "radius") {
             int number = 0;
             if (!skinvalue::parseInt(value, number) || number < 0) {
-                warnAt(pending.line, "decoration \"%s\": %s \"%s\" is not a number of pixels; 0 used",
-                       pending.name.c_str(), key.c_str(), value.c_str());
+                warnAt(pending.line, "decoration \"%s\": %s \"%s\" is not a number of pixels from 0 to %d; 0 used",
+                       pending.name.c_str(), key.c_str(), value.c_str(), skinvalue::largestNumber);
                 continue;
             }
             (key == "border" ? decoration.borderWidth : decoration.radius) = number;

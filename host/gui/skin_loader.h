@@ -117,9 +117,15 @@ namespace skinvalue {
 
 // "#AARRGGBB" or "#RRGGBB" (hex digits, either case); false for anything else.
 bool parseColor(std::string_view text, gColor &colour);
-// A whole decimal integer, optionally signed; false for anything else.
+// The largest number a skin may hold, either way: ten times the screen's
+// size and more, yet far enough from the ends of int that widgets can add
+// and multiply what skins give them.
+inline constexpr int largestNumber = 10000;
+
+// A whole decimal integer from -largestNumber to largestNumber, optionally
+// signed; false for anything else.
 bool parseInt(std::string_view text, int &number);
-// Two integers "x,y" (blanks allowed around each).
+// Two such integers "x,y" (blanks allowed around each).
 bool parsePair(std::string_view text, int &first, int &second);
 
 } // namespace skinvalue

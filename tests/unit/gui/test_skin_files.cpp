@@ -3,6 +3,8 @@
 // fallbacks, never a crash.
 
 #include "gui/elabel.h"
+#include "gui/emessagebox.h"
+#include "gui/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewidget.h"
 #include "gui/gpixmap.h"
@@ -184,6 +186,63 @@ TEST(SkinFiles, FontSizesAboveTheLargestAreWarnedAboutAndLeftOut)
     EXPECT_FALSE(skin.hasFont("huge"));
     EXPECT_FALSE(skin.hasValue("fontsize"));
     EXPECT_EQ(skin.queryFont("huge"), gFont("Regular", 20)) << "the default font";
+}
+
+TEST(SkinFiles, NumbersBeyondTenThousandEitherWayAreWarnedAboutAndLeftOut)
+{
+    TempDir dir;
+    const std::string file = dir.file("skin.xml").string();
+    writeFile(file, "<skin>\n"
+                    "  <values><value name=\"eWindow.border\" value=\"10000\"/>\n"
+                    "          <value name=\"eWindow.titleHeight\" value=\"10001\"/>\n"
+                    "          <value name=\"lcd.titleSize\" value=\"-10001\"/></values>\n"
+                    "  <decorations><deco name=\"eButton\" border=\"2147483647\" radius=\"10000\"/></decorations>\n"
+                    "  <windows><window name=\"w\">\n"
+                    "    <widget name=\"big\" position=\"-10000,10000\" size=\"10001,5\"/>\n"
+                    "  </window></windows>\n"
+                    "</skin>\n");
+    eSkin skin;
+    const std::uint64_t before = boxlog::lastSequence();
+    EXPECT_EQ(skin.load(file.c_str()), 0);
+    EXPECT_EQ(linesMentioning(before, {file, "line 3", "eWindow.titleHeight", "10001"}), 1);
+    EXPECT_EQ(linesMentioning(before, {file, "line 4", "lcd.titleSize", "-10001"}), 1);
+    EXPECT_EQ(linesMentioning(before, {file, "line 5", "eButton", "2147483647"}), 1);
+    EXPECT_EQ(linesMentioning(before, {file, "line 7", "size", "10001,5"}), 1);
+    EXPECT_EQ(skin.queryValue("eWindow.border", 2), 10000);
+    EXPECT_FALSE(skin.hasValue("eWindow.titleHeight"));
+    EXPECT_FALSE(skin.hasValue("lcd.titleSize"));
+    EXPECT_EQ(skin.queryDeco("eButton").borderWidth, 0);
+    EXPECT_EQ(skin.queryDeco("eButton").radius, 10000);
+    eWidget window;
+    ASSERT_EQ(skin.build(&window, "w"), 0);
+    ASSERT_EQ(window.getChildren().size(), 1u);
+    EXPECT_EQ(window.getChildren().front()->getPosition(), ePoint(-10000, 10000));
+}
+
+// Whatever the skin's numbers, the toolkit's windows lay themselves out and
+// draw without overflowing (which the sanitizer build would report).
+TEST(SkinFiles, TheLargestNumbersASkinHoldsDrawWindowsAndMessageBoxes)
+{
+    TempDir dir;
+    const std::string file = dir.file("skin.xml").string();
+    writeFile(file, "<skin>\n"
+                    "  <values><value name=\"eWindow.border\" value=\"10000\"/>\n"
+                    "          <value name=\"eWindow.titleHeight\" value=\"10000\"/>\n"
+                    "          <value name=\"fontsize\" value=\"1024\"/></values>\n"
+                    "  <decorations><deco name=\"eButton\" border=\"10000\" radius=\"10000\"/>\n"
+                    "               <deco name=\"eLabel\" border=\"10000\" radius=\"10000\"/></decorations>\n"
+                    "</skin>\n");
+    eSkin skin;
+    ASSERT_EQ(skin.load(file.c_str()), 0);
+    skin.setActive();
+    {
+        eMessageBox box("Delete the favourite?", "Favourites", eMessageBox::btYes | eMessageBox::btNo);
+        box.show();
+        eScreen::osd().compose();
+        box.hide();
+        EXPECT_GE(box.getSize().width(), 0);
+    }
+    eScreen::osd().compose();
 }
 
 TEST(SkinFiles, TheTestSkinLacksTheColourKeysAndFontsize)
