@@ -1,13 +1,20 @@
-// A skin file loaded as the box loads its skin, then each window it builds
-// made, shown and drawn. Checked: a file that is refused adds nothing; one
+// A skin file loaded as the box loads its skin, then the toolkit's widgets
+// drawn with it and each window it builds made, shown and drawn. Checked: a file that is refused adds nothing; one
 // that loads answers every lookup of the names it holds, and builds exactly
 // the windows it knows.
 
 #include "fuzz_support.h"
 
+#include "gui/ebutton.h"
+#include "gui/elabel.h"
+#include "gui/elistbox.h"
+#include "gui/emessagebox.h"
+#include "gui/enumber.h"
 #include "gui/escreen.h"
 #include "gui/eskin.h"
+#include "gui/etextinputfield.h"
 #include "gui/ewidget.h"
+#include "gui/ewindow.h"
 #include "net/xmltree.h"
 #include "support/temp_dir.h"
 
@@ -43,10 +50,46 @@ void checkNothingAdded(const eSkin &skin, const std::set<std::string> &names)
     }
 }
 
+// The toolkit's widgets, which take their look from the active skin (window
+// title and border, fonts of labels, list rows, number and text fields, a
+// message box), made and drawn in a window.
+void drawToolkitWindow()
+{
+    eWindow window;
+    window.setText("Internet radio");
+    window.move(ePoint(80, 90));
+    window.resize(eSize(560, 430));
+    auto *list = new eListBox<eListBoxEntryText>(&window, nullptr, 1, 0, "eListBox");
+    list->move(ePoint(0, 50));
+    list->resize(eSize(540, 200));
+    for (const char *row : {"Jazz", "Caf\xC3\xA9 M\xC3\xBCnchen", ""})
+        new eListBoxEntryText(list, row);
+    auto *label = new eLabel(&window);
+    label->setText("status");
+    label->resize(eSize(200, 30));
+    auto *button = new eButton(&window);
+    button->setText("OK");
+    button->resize(eSize(100, 40));
+    int number = 7;
+    auto *digits = new eNumber(&window, 1, 0, 999, 3, &number);
+    digits->resize(eSize(80, 40));
+    auto *field = new eTextInputField(&window);
+    field->setText("disco");
+    field->resize(eSize(200, 40));
+    window.show();
+    eMessageBox box("Delete the favourite?", "Favourites", eMessageBox::btYes | eMessageBox::btNo);
+    box.show();
+    eScreen::osd().compose();
+    box.hide();
+    window.hide();
+    eScreen::osd().compose();
+}
+
 // Every lookup answers; every window build the skin has is made and drawn.
 void useEverything(eSkin &skin, const std::set<std::string> &names)
 {
     skin.setActive();
+    drawToolkitWindow();
     for (const std::string &name : names) {
         skin.queryColor(name);
         skin.queryFont(name);
