@@ -1,21 +1,23 @@
-// A request to the station server, as it arrives on a connection, answered
-// by the server's own handlers behind cpp-httplib's request parsing, and the
-// server's parsers of query values and options. Checked: a directory reply
-// is well-formed XML with at most 500 stations (and no more than the limit
-// asked for), a playlist is served exactly for a station's id, every fault
-// the server accepts reads back from its own description, and options that
-// are accepted are within their ranges.
+// A request to the station server as it arrives on a connection: framed by
+// the request gate, then served by a worker on a Connection (which repairs
+// the request line) behind cpp-httplib's parsing, by the server's own
+// handlers; and the server's parsers of query values and options. Checked:
+// the gate's decisions stand whatever follows, and a request it calls whole
+// is whole for the worker too (unless its body is chunked); a directory
+// reply is well-formed XML with at most 500 stations (and no more than the
+// limit asked for) chosen by the search, genre and media type asked for; a
+// playlist is served exactly for a station's id; faults and numbers read back
+// from their descriptions, and accepted options stay in their ranges.
 
 #include "fuzz_support.h"
+#include "station_worker.h"
 
-#include "catalogue.h"
 #include "faults.h"
-#include "loop_cache.h"
 #include "options.h"
 #include "parse_number.h"
+#include "request_framing.h"
 #include "station_query.h"
 #include "station_service.h"
-#include "title_schedule.h"
 
 #include "net/xmltree.h"
 
@@ -30,38 +32,6 @@
 namespace {
 
 constexpr std::size_t longestInput = 64 * 1024;
-
-// The station server's handlers on a server that is never started: each
-// request is read from memory and answered into it.
-class StationBox : public httplib::Server
-{
-public:
-    StationBox()
-        : catalogue(station::loadCatalogue(TARNWAVE_SOURCE_DIR "/data/catalogue/stations.xml")),
-          titles(catalogue.titles(), std::chrono::seconds(20), station::TitleSchedule::Clock::now()), loops(1),
-          service(catalogue, titles, loops, faults, station::LiveStreamSettings{})
-    {
-        service.installOn(*this);
-    }
-
-    // Answers `request` as a worker does; `parsed` is what cpp-httplib
-    // made of its head (empty when it refused it before that).
-    std::string answer(std::string_view request, httplib::Request &parsed)
-    {
-        httplib::detail::BufferStream stream;
-        stream.write(request.data(), request.size());
-        bool closed = false;
-        process_request(stream, true, closed, [&parsed](httplib::Request &read) { parsed = read; });
-        faults.clear();
-        return stream.get_buffer().substr(request.size());
-    }
-
-    station::Catalogue catalogue;
-    station::TitleSchedule titles;
-    station::LoopCache loops;
-    station::FaultTable faults;
-    station::StationService service;
-};
 
 struct Reply
 {
@@ -150,6 +120,25 @@ void checkReply(const httplib::Request &request, const station::Catalogue &catal
         checkPlaylistReply(request, catalogue, reply);
 }
 
+// The gate's view of the bytes: what it decides once stands, however many
+// more bytes come (the reply goes out, or the worker starts, on it), and the
+// request line it sees is the received bytes' first line.
+station::RequestFraming checkFraming(const std::string &received)
+{
+    const station::RequestLimits limits;
+    const station::RequestFraming framing = station::frameRequest(received, limits);
+    const std::size_t cut = static_cast<std::size_t>(fuzz::fingerprint(received) % (received.size() + 1));
+    const station::RequestFraming early = station::frameRequest(std::string_view(received).substr(0, cut), limits);
+    FUZZ_CHECK(early == station::RequestFraming::incomplete || early == framing,
+               "decided " + std::to_string(static_cast<int>(early)) + " on " + std::to_string(cut) + " bytes, then "
+                   + std::to_string(static_cast<int>(framing)));
+    const std::string_view line = station::requestLineOf(received);
+    const std::size_t lineEnd = std::min(received.find('\n'), received.size());
+    const std::size_t lineBreak = lineEnd > 0 && received[lineEnd - 1] == '\r' ? 1 : 0;
+    FUZZ_CHECK(line == std::string_view(received).substr(0, lineEnd - lineBreak), fuzz::printable(line));
+    return framing;
+}
+
 // The parsers of query values, which also read the command line.
 void checkValue(const std::string &value)
 {
@@ -197,18 +186,23 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    static StationBox box;
-    const std::string_view request = fuzz::text(data, size);
-    if (request.size() > longestInput)
+    static fuzz::StationWorker worker;
+    const std::string received(fuzz::text(data, size));
+    if (received.size() > longestInput)
         return 0;
+    if (checkFraming(received) != station::RequestFraming::complete)
+        return 0; // the gate answers, or waits; no worker sees it
 
-    httplib::Request parsed;
-    const std::string reply = box.answer(request, parsed);
-    if (parsed.method.empty())
+    const fuzz::ServedRequest served = worker.serve(received);
+    FUZZ_CHECK(served.requestLine == station::requestLineOf(received) || served.requestLine.empty(),
+               "the access log's line " + fuzz::printable(served.requestLine));
+    if (served.parsed.method.empty())
         return 0; // refused before the request's head was read
-    checkReply(parsed, box.catalogue, reply);
-    for (const auto &[name, value] : parsed.params)
+    FUZZ_CHECK(!served.readPastTheEnd || served.parsed.has_header("Transfer-Encoding"),
+               "the gate called the request whole, the worker wanted more: " + fuzz::printable(received));
+    checkReply(served.parsed, worker.catalogue(), served.reply);
+    for (const auto &[name, value] : served.parsed.params)
         checkValue(value);
-    checkOptions(parsed);
+    checkOptions(served.parsed);
     return 0;
 }
