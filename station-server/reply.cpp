@@ -29,6 +29,7 @@ std::string_view reasonPhrase(int status)
     case 400: return "Bad Request";
     case 404: return "Not Found";
     case 408: return "Request Timeout";
+    case 411: return "Length Required";
     case 413: return "Content Too Large";
     case 431: return "Request Header Fields Too Large";
     case 503: return "Service Unavailable";

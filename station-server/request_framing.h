@@ -20,11 +20,18 @@ enum class RequestFraming {
     complete, // the head, and the body it announces, are there
     headTooLarge,
     bodyTooLarge,
+    lengthRequired, // a body without Content-Length: none for a POST, PUT, PATCH or PRI, or chunked
+    malformed, // a line that the worker would read otherwise than the gate, or not at all
 };
 
 // How far `received`, the bytes that have arrived on a connection for its
-// next request, make up that request. A chunked body (Transfer-Encoding) is
-// left to the worker that serves the request: its head alone completes it.
+// next request, make up that request. The gate and the worker that serves the
+// request must agree where it ends, so anything that leaves the end in doubt
+// is refused: a line ended by a bare line feed, a header line without a name,
+// an unreadable Content-Length or two different ones, and a body without a
+// Content-Length (a chunked one, or one that would be read until the
+// connection closes). A verdict on the first bytes of a request stands
+// whatever follows them.
 RequestFraming frameRequest(std::string_view received, const RequestLimits &limits);
 
 // The request line, as far as it has arrived, without its line break.

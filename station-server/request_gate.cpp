@@ -174,6 +174,8 @@ void RequestGate::progress(Waiting &waiting, Clock::time_point now)
     case RequestFraming::incomplete: return;
     case RequestFraming::headTooLarge: refuse(waiting, 431, now); return;
     case RequestFraming::bodyTooLarge: refuse(waiting, 413, now); return;
+    case RequestFraming::lengthRequired: refuse(waiting, 411, now); return;
+    case RequestFraming::malformed: refuse(waiting, 400, now); return;
     case RequestFraming::complete: break;
     }
     ArrivedRequest request{waiting.socket, std::move(waiting.received), waiting.deadline, waiting.served};
