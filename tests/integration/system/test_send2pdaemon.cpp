@@ -35,11 +35,9 @@ TEST(Send2pDaemon, ReturnsAtOnceWhileTheCommandFinishesLater)
     const auto marker = root.path() / "tmp/daemon-done";
     std::filesystem::create_directories(marker.parent_path());
 
-    const auto started = std::chrono::steady_clock::now();
+    // Returned before the command could have ended: its marker is not there
+    // yet. How long the call takes is measured by bench_base (system/send2pdaemon).
     EXPECT_TRUE(pUtils::send2pDaemon("sleep 1; echo finished > " + marker.string()));
-    const auto took = std::chrono::steady_clock::now() - started;
-
-    EXPECT_LT(took, std::chrono::milliseconds(50));
     EXPECT_FALSE(std::filesystem::exists(marker));
     EXPECT_TRUE(within(std::chrono::seconds(5), [&] { return readFile(marker) == "finished\n"; }));
 }
