@@ -132,9 +132,12 @@ TEST_F(HttpErrors, StallInTheBodyIsMinusFourWithinTheLimitWhileTheGuiTimerTicks)
     EXPECT_EQ(resultOf(fetch, 5s), eHTTPConnection::errorBroken);
     const auto elapsed = std::chrono::steady_clock::now() - started;
 
+    // The stall timeout is the behaviour: not before its second, not long after.
     EXPECT_GE(elapsed, 950ms);
-    EXPECT_LE(elapsed, 2500ms);
-    EXPECT_GE(ticks, 15) << "the GUI timer must keep ticking during the transfer";
+    EXPECT_LE(elapsed, 4000ms);
+    // About twenty ticks are due: a handful shows that the transfer did not
+    // block the loop, which would let none or one through.
+    EXPECT_GE(ticks, 5) << "the GUI timer must keep ticking during the transfer";
     EXPECT_EQ(fetch.code, 200);
     EXPECT_EQ(fetch.received.body(), "<stationlist>");
     EXPECT_EQ(fetch.received.endMarkers, 0) << "a broken body has no end";
@@ -149,7 +152,8 @@ TEST_F(HttpErrors, StallBeforeTheReplyIsMinusFour)
     const auto started = std::chrono::steady_clock::now();
     Fetch fetch(loop, server.url("/stall-before-reply"));
     EXPECT_EQ(resultOf(fetch, 5s), eHTTPConnection::errorBroken);
-    EXPECT_LE(std::chrono::steady_clock::now() - started, 2500ms);
+    // Given up by the 1 s stall timeout, not by any later limit.
+    EXPECT_LE(std::chrono::steady_clock::now() - started, 4000ms);
     EXPECT_EQ(fetch.code, 0);
     EXPECT_EQ(fetch.sinksAsked, 0);
 }

@@ -1,12 +1,11 @@
 // A list of 100,000 rows: filling, sorting, paging to the end, drawing and
-// clearing it stay quick, because only rows in view are drawn and nothing
-// walks the whole list per row.
+// clearing it keep the rows, the order and the view right. How long it takes
+// (only rows in view are drawn, nothing walks the whole list per row) is
+// measured by bench_gui (gui/list_100000_rows).
 
 #include "listbox_test_rows.h"
 
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 namespace {
 
@@ -15,7 +14,6 @@ constexpr int rowCount = 100000;
 
 TEST(ListBoxLarge, HundredThousandRows)
 {
-    const auto start = std::chrono::steady_clock::now();
     ListWindow<TextList> shown(12, 30);
     TextList &list = *shown.list;
     int destroyed = 0;
@@ -53,10 +51,6 @@ TEST(ListBoxLarge, HundredThousandRows)
     list.clearList();
     EXPECT_EQ(destroyed, rowCount);
     eScreen::osd().compose();
-
-    const auto elapsed = std::chrono::steady_clock::now() - start;
-    // Well under a second in a release build; the bound leaves room for sanitizers.
-    EXPECT_LT(elapsed, std::chrono::seconds(10));
 }
 
 } // namespace
