@@ -3,12 +3,22 @@
 //  - work posted to the loop (what every web request of the emulator does),
 //    against a locked queue of the same callbacks;
 //  - timers fired by the loop, against an ordered map of the same deadlines;
-//  - the list order of 500 stations, against sorting their bitrate texts alone.
+//  - the list order of 500 stations, against sorting their bitrate texts alone;
+//  - one look at the loop that must not wait (processOneEvent(0)), against a
+//    poll() with no wait on one descriptor;
+//  - handing a command to the daemon (send2pDaemon, which returns once the
+//    command's process is on its own), against starting and reaping one child
+//    that does nothing.
 
 #include "support/ratio_report.h"
 
 #include "base/ebase.h"
 #include "model/listentry.h"
+#include "system/putils.h"
+
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -156,19 +166,67 @@ void sortByBitrateReference(benchmark::State &state)
     }
 }
 
+void lookWithoutWaiting(benchmark::State &state)
+{
+    eMainloop loop;
+    eTimer later(&loop);
+    later.start(60'000, true); // a timer that is not due: the look must not wait for it
+    for (auto _ : state)
+        benchmark::DoNotOptimize(loop.processOneEvent(0));
+}
+
+void lookWithoutWaitingReference(benchmark::State &state)
+{
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0) {
+        state.SkipWithError("no pipe");
+        return;
+    }
+    pollfd watched{pipeEnds[0], POLLIN, 0};
+    for (auto _ : state)
+        benchmark::DoNotOptimize(poll(&watched, 1, 0));
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
+}
+
+void commandToDaemon(benchmark::State &state)
+{
+    for (auto _ : state) {
+        if (!pUtils::send2pDaemon("exit 0")) {
+            state.SkipWithError("send2pDaemon failed");
+            return;
+        }
+    }
+}
+
+void commandToDaemonReference(benchmark::State &state)
+{
+    for (auto _ : state) {
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(0);
+        int status = 0;
+        waitpid(child, &status, 0);
+    }
+}
+
 const bool registered = [] {
-    benchmark::RegisterBenchmark("loop/posted_work_1000", postedWork);
-    benchmark::RegisterBenchmark("loop/posted_work_1000/reference", postedWorkReference);
-    benchmark::RegisterBenchmark("loop/timers_300", timersFired);
-    benchmark::RegisterBenchmark("loop/timers_300/reference", timersFiredReference);
-    benchmark::RegisterBenchmark("model/sort_500_by_bitrate", sortByBitrate);
-    benchmark::RegisterBenchmark("model/sort_500_by_bitrate/reference", sortByBitrateReference);
+    bench::registerPair("loop/posted_work_1000", postedWork, postedWorkReference);
+    bench::registerPair("loop/timers_300", timersFired, timersFiredReference);
+    bench::registerPair("model/sort_500_by_bitrate", sortByBitrate, sortByBitrateReference);
+    bench::registerPair("loop/look_without_waiting", lookWithoutWaiting, lookWithoutWaitingReference);
+    bench::registerPair("system/send2pdaemon", commandToDaemon, commandToDaemonReference);
     // Our own bounds: the loop's bookkeeping (serials, re-checks, the wake-up
     // fd) may cost a little over the bare structures, the list order a little
     // over comparing the texts directly.
     bench::targetAtMost("loop/posted_work_1000", 1.5);
     bench::targetAtMost("loop/timers_300", 2.0);
     bench::targetAtMost("model/sort_500_by_bitrate", 1.6);
+    // A look at an idle loop polls its descriptors once and checks its timers.
+    bench::targetAtMost("loop/look_without_waiting", 4.0);
+    // The daemon's command is started through a child that forks it: two
+    // processes where the reference starts one, and the command's environment.
+    bench::targetAtMost("system/send2pdaemon", 4.0);
     return true;
 }();
 

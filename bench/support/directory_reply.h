@@ -1,11 +1,10 @@
 #ifndef TARNWAVE_BENCH_SUPPORT_DIRECTORY_REPLY_H
 #define TARNWAVE_BENCH_SUPPORT_DIRECTORY_REPLY_H
 
-// The directory's largest kind of reply, generated: a station list with a
-// tune-in element and `stations` stations of every sort the directory sends
-// (MP3 and AAC+, ordinary and odd bitrates, entities in genres), about 165
-// bytes a station; and expat alone on such bytes, the reference that parsing
-// them any other way is measured against. Replies arrive in pieces, so both
+// The directory's largest kind of reply, generated (and a favourites file of
+// the same kind of stations): a station list with a tune-in element and `stations` stations of every sort the directory
+// sends (MP3 and AAC+, ordinary and odd bitrates, entities in genres), about 165 bytes a station; and expat alone on
+// such bytes, the reference that parsing them any other way is measured against. Replies arrive in pieces, so both
 // sides are fed `pieceSize` bytes at a time.
 
 #include <benchmark/benchmark.h>
@@ -36,6 +35,17 @@ inline std::string generatedStationReply(int stations)
     }
     reply += "</stationlist>\n";
     return reply;
+}
+
+// A favourites file of `stations` stations that carry their own address, as
+// the plug-in writes it.
+inline std::string favouritesFile(int stations)
+{
+    std::string file = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n\n<genrelist>\n";
+    for (int i = 1; i <= stations; ++i)
+        file += "\t<genre name=\"Favourite station " + std::to_string(i) + "\" url=\"http://radio" + std::to_string(i)
+                + ".example.org:8000/live\" ></genre>\n";
+    return file + "</genrelist>\n";
 }
 
 // The reference: expat on `bytes` in pieces, with no handlers at all.
