@@ -70,8 +70,13 @@ inline std::uint32_t blendOver(std::uint32_t dest, std::uint32_t source)
 // compiler turns into vector code; the formula of mixOverOpaque is exact for
 // alpha 0 and 255 too.
 
+// Both tests decide most runs at their first pixel (a window's translucent
+// fill lands on cleared, transparent pixels), so that only a run that may
+// pass is scanned whole.
 inline bool allOpaque(const std::uint32_t *pixels, int count)
 {
+    if (count > 0 && (pixels[0] >> 24) != 255)
+        return false;
     std::uint32_t all = 0xffffffffu;
     for (int i = 0; i < count; ++i)
         all &= pixels[i];
@@ -80,6 +85,8 @@ inline bool allOpaque(const std::uint32_t *pixels, int count)
 
 inline bool allTransparent(const std::uint32_t *pixels, int count)
 {
+    if (count > 0 && (pixels[0] >> 24) != 0)
+        return false;
     std::uint32_t any = 0;
     for (int i = 0; i < count; ++i)
         any |= pixels[i];
