@@ -23,8 +23,8 @@ namespace tarnwave_soak {
 struct SoakSettings
 {
     std::uint32_t seed = 20240611;
-    int keys = 150;
-    std::chrono::milliseconds duration{90'000};
+    int keys = 100;
+    std::chrono::milliseconds duration{60'000};
 };
 
 // The environment variable `name`, nothing when it is unset or empty.
