@@ -225,7 +225,7 @@ void eTextPara::draw(gPixmap &target, ePoint offset, gRGB colour, const eRect &c
     const eRect visible = m_area.translated(offset) & clip & target.rect();
     if (visible.isEmpty())
         return;
-    const std::uint32_t rgb = colour.argb() & 0x00ffffffu;
+    boxgfx::CoverageBlender blender(colour.argb());
     const std::uint32_t colourAlpha = colour.a;
     const int margin = visibilityMargin();
 
@@ -254,7 +254,7 @@ void eTextPara::draw(gPixmap &target, ePoint offset, gRGB colour, const eRect &c
                         continue;
                     const std::uint32_t alpha =
                         colourAlpha == 255 ? *coverage : boxgfx::div255(*coverage * colourAlpha);
-                    row[x] = boxgfx::blendOver(row[x], rgb, alpha);
+                    row[x] = blender.over(row[x], alpha);
                 }
             }
         }

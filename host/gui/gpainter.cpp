@@ -16,10 +16,8 @@ void blendArea(gPixmap &target, const eRect &area, std::uint32_t colour, std::ui
     if (alpha == 0 || area.isEmpty())
         return;
     if (alpha == 255) {
-        for (int y = area.top(); y < area.bottom(); ++y) {
-            std::uint32_t *row = target.line(y) + area.left();
-            std::fill(row, row + area.width(), colour | 0xff000000u);
-        }
+        for (int y = area.top(); y < area.bottom(); ++y)
+            boxgfx::fillRun(target.line(y) + area.left(), area.width(), colour | 0xff000000u);
         return;
     }
     for (int y = area.top(); y < area.bottom(); ++y)
@@ -65,10 +63,8 @@ void gPainter::clear(const eRect &area)
     if (drawn.isEmpty())
         return;
     const std::uint32_t colour = m_background.argb();
-    for (int y = drawn.top(); y < drawn.bottom(); ++y) {
-        std::uint32_t *row = m_target.line(y) + drawn.left();
-        std::fill(row, row + drawn.width(), colour);
-    }
+    for (int y = drawn.top(); y < drawn.bottom(); ++y)
+        boxgfx::fillRun(m_target.line(y) + drawn.left(), drawn.width(), colour);
 }
 
 void gPainter::drawRect(const eRect &area, int thickness)

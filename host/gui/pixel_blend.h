@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace boxgfx {
 
@@ -67,12 +68,11 @@ inline std::uint32_t blendOver(std::uint32_t dest, std::uint32_t source)
 
 // Whole runs of pixels. A run whose destination is all opaque (the TV picture,
 // a window's own background) is blended without a branch per pixel, which the
-// compiler turns into vector code; the formula of mixOverOpaque is exact for
-// alpha 0 and 255 too.
+// compiler turns into vector code (the drawing sources are built with the
+// vectoriser on); the formula of mixOverOpaque is exact for alpha 0 and 255 too.
 
-// Both tests decide most runs at their first pixel (a window's translucent
-// fill lands on cleared, transparent pixels), so that only a run that may
-// pass is scanned whole.
+// Decides most runs at their first pixel, so that only a run that may pass is
+// scanned whole.
 inline bool allOpaque(const std::uint32_t *pixels, int count)
 {
     if (count > 0 && (pixels[0] >> 24) != 255)
@@ -83,30 +83,108 @@ inline bool allOpaque(const std::uint32_t *pixels, int count)
     return (all >> 24) == 255;
 }
 
-inline bool allTransparent(const std::uint32_t *pixels, int count)
+// Stores `argb` into a run. A value of four equal bytes (transparent, white)
+// is a memset; any other is stored in blocks whose fixed size the compiler
+// turns into wide stores.
+inline void fillRun(std::uint32_t *pixels, int count, std::uint32_t argb)
 {
-    if (count > 0 && (pixels[0] >> 24) != 0)
-        return false;
-    std::uint32_t any = 0;
-    for (int i = 0; i < count; ++i)
-        any |= pixels[i];
-    return (any >> 24) == 0;
+    if (count <= 0)
+        return;
+    if (argb == (argb & 0xffu) * 0x01010101u) {
+        std::memset(pixels, static_cast<int>(argb & 0xffu), static_cast<std::size_t>(count) * sizeof(std::uint32_t));
+        return;
+    }
+    constexpr int block = 16;
+    std::uint32_t pattern[block];
+    std::fill(pattern, pattern + block, argb);
+    int i = 0;
+    for (; i + block <= count; i += block)
+        std::memcpy(pixels + i, pattern, sizeof pattern);
+    for (; i < count; ++i)
+        pixels[i] = argb;
 }
 
-// `colour` at opacity `alpha` (1..254) over a run.
+// `colour` at opacity `alpha` (1..254) over a run, in one pass of blocks of
+// 16 pixels: a block of cleared pixels takes the colour as it is, an opaque
+// block the branchless mix, anything else the full blend. The full blend meets
+// mostly runs of one value (a title bar over its translucent window), so each
+// value is blended once and reused while it repeats.
 inline void blendColourRun(std::uint32_t *pixels, int count, std::uint32_t colour, std::uint32_t alpha)
 {
-    if (allOpaque(pixels, count)) {
-        for (int i = 0; i < count; ++i)
-            pixels[i] = mixOverOpaque(pixels[i], colour, alpha);
-    } else if (allTransparent(pixels, count)) {
-        const std::uint32_t stored = (colour & 0x00ffffffu) | (alpha << 24);
-        std::fill(pixels, pixels + count, stored);
-    } else {
-        for (int i = 0; i < count; ++i)
-            pixels[i] = blendOver(pixels[i], colour, alpha);
+    if (count <= 0)
+        return;
+    constexpr int block = 16;
+    const std::uint32_t overTransparent = (colour & 0x00ffffffu) | (alpha << 24);
+    std::uint32_t lastIn = ~pixels[0];
+    std::uint32_t lastOut = 0;
+    auto blendEach = [&](std::uint32_t *run, int length) {
+        for (int i = 0; i < length; ++i) {
+            if (run[i] != lastIn) {
+                lastIn = run[i];
+                lastOut = blendOver(lastIn, colour, alpha);
+            }
+            run[i] = lastOut;
+        }
+    };
+    int done = 0;
+    for (; done + block <= count; done += block) {
+        std::uint32_t *run = pixels + done;
+        // Two pixels at a time; each half of a pair keeps its alpha on top.
+        std::uint64_t any = 0, all = ~std::uint64_t{0};
+        for (int i = 0; i < block; i += 2) {
+            std::uint64_t pair;
+            std::memcpy(&pair, run + i, sizeof pair);
+            any |= pair;
+            all &= pair;
+        }
+        constexpr std::uint64_t alphas = 0xff000000ff000000u;
+        if ((any & alphas) == 0) {
+            for (int i = 0; i < block; ++i)
+                run[i] = overTransparent;
+        } else if ((all & alphas) == alphas) {
+            for (int i = 0; i < block; ++i)
+                run[i] = mixOverOpaque(run[i], colour, alpha);
+        } else {
+            blendEach(run, block);
+        }
     }
+    blendEach(pixels + done, count - done);
 }
+
+// `colour` at the opacities of a glyph's coverage over a target that is mostly
+// one value where the glyphs land (a window's translucent fill). Blends over
+// a translucent pixel are remembered by opacity for the last such value seen,
+// so that the costly mix runs once per opacity rather than once per pixel.
+class CoverageBlender
+{
+public:
+    explicit CoverageBlender(std::uint32_t colour) : m_colour(colour & 0x00ffffffu) { }
+
+    // `dest` with the colour over it at `alpha` (0..255).
+    std::uint32_t over(std::uint32_t dest, std::uint32_t alpha)
+    {
+        const std::uint32_t destAlpha = dest >> 24;
+        if (alpha == 0 || alpha == 255 || destAlpha == 0 || destAlpha == 255)
+            return blendOver(dest, m_colour, alpha);
+        if (dest != m_dest) {
+            m_dest = dest;
+            std::fill(m_known, m_known + 4, std::uint64_t{0});
+        }
+        std::uint64_t &known = m_known[alpha >> 6];
+        const std::uint64_t bit = std::uint64_t{1} << (alpha & 63u);
+        if ((known & bit) == 0) {
+            m_results[alpha] = mixOverTranslucent(dest, m_colour, alpha, destAlpha);
+            known |= bit;
+        }
+        return m_results[alpha];
+    }
+
+private:
+    std::uint32_t m_colour;
+    std::uint32_t m_dest = 0;
+    std::uint64_t m_known[4] = {};
+    std::uint32_t m_results[256];
+};
 
 // Every pixel of `source` over the run at `dest`.
 inline void blendPixelRun(std::uint32_t *dest, const std::uint32_t *source, int count)

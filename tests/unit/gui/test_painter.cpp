@@ -10,6 +10,7 @@
 #include <cmath>
 #include <future>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -232,6 +233,40 @@ TEST(Painter, FillOverTransparentStoresTheColourAndInvisibleFillDoesNothing)
     EXPECT_EQ(pixmap.colorAt(0, 0), gRGB(10, 20, 30, 100));
 }
 
+// A row of every kind of pixel, in stretches longer and shorter than the
+// blocks that a fill classifies at once, and values that repeat and change.
+TEST(Painter, FillOverMixedPixelsBlendsEachByItsOwnAlpha)
+{
+    constexpr int width = 83;
+    gPixmap pixmap(eSize(width, 2));
+    std::vector<gRGB> before;
+    for (int x = 0; x < width; ++x) {
+        gRGB dest(0, 0, 0, 0);
+        if (x >= 16 && x < 32)
+            dest = gRGB(0x20, 0x40, 0x60); // an opaque block
+        else if (x >= 32 && x < 48)
+            dest = gRGB(40, 50, 60, 224); // a translucent block of one value
+        else if (x >= 48 && x < 64)
+            dest = x % 3 == 0 ? gRGB(0, 0, 0, 0) : x % 3 == 1 ? gRGB(90, 0, 9, 255) : gRGB(1, 99, 7, 30 + x);
+        else if (x >= 64)
+            dest = gRGB(x, 255 - x, 7, x % 2 ? 255 : 128); // the tail, shorter than a block
+        pixmap.setPixel(x, 1, dest.argb());
+        before.push_back(dest);
+    }
+    gPainter painter(pixmap);
+    const gRGB source(200, 100, 50, 150);
+    painter.setForegroundColor(source);
+    painter.fill(eRect::fromEdges(0, 1, width, 2));
+    for (int x = 0; x < width; ++x) {
+        SCOPED_TRACE(testing::Message() << "pixel " << x);
+        if (before[static_cast<std::size_t>(x)].a == 0)
+            EXPECT_EQ(pixmap.colorAt(x, 1), source);
+        else
+            expectNear(pixmap.colorAt(x, 1), expectedOver(before[static_cast<std::size_t>(x)], source));
+    }
+    EXPECT_EQ(pixmap.pixel(5, 0), 0u) << "the row above is left alone";
+}
+
 TEST(Painter, ClearReplacesWithoutBlending)
 {
     gPixmap pixmap(eSize(10, 10));
@@ -403,6 +438,44 @@ TEST(Painter, TextOverOpaqueBackgroundBlendsByCoverage)
         }
     EXPECT_GT(full, 50);
     EXPECT_GT(partial, 10) << "anti-aliased edges";
+}
+
+// Glyphs over a window's translucent fill, in places over a second value:
+// each pixel is the text colour at its coverage over what was there.
+TEST(Painter, TextOverTranslucentBackgroundBlendsByCoverage)
+{
+    const eRect area = eRect::fromEdges(0, 0, 100, 40);
+    gPixmap coverage(eSize(100, 40));
+    gPainter coveragePainter(coverage);
+    coveragePainter.setFont(gFont("Bold", 24));
+    const gRGB ink(255, 240, 100, 200);
+    coveragePainter.setForegroundColor(gRGB(255, 240, 100));
+    coveragePainter.renderText(area, "Mg");
+
+    gPixmap pixmap(eSize(100, 40));
+    const gRGB window(12, 20, 36, 224), stripe(90, 10, 10, 100);
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 100; ++x)
+            pixmap.setPixel(x, y, (x % 7 == 0 ? stripe : window).argb());
+    gPainter painter(pixmap);
+    painter.setFont(gFont("Bold", 24));
+    painter.setForegroundColor(ink);
+    painter.renderText(area, "Mg");
+    int inked = 0;
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 100; ++x) {
+            const gRGB under = x % 7 == 0 ? stripe : window;
+            const int cover = coverage.colorAt(x, y).a;
+            if (cover == 0) {
+                EXPECT_EQ(pixmap.colorAt(x, y), under);
+                continue;
+            }
+            ++inked;
+            SCOPED_TRACE(testing::Message() << "pixel " << x << "," << y << " coverage " << cover);
+            const gRGB source(ink.r, ink.g, ink.b, static_cast<int>(std::lround(cover * ink.a / 255.0)));
+            expectNear(pixmap.colorAt(x, y), expectedOver(under, source));
+        }
+    EXPECT_GT(inked, 50);
 }
 
 TEST(Painter, RoundRectLeavesTheCornersOut)
