@@ -4,6 +4,7 @@
 #include "gui/eskin.h"
 #include "gui/gfont.h"
 #include "gui/gpainter.h"
+#include "gui/listrow_text.h"
 
 #include <algorithm>
 
@@ -150,7 +151,9 @@ void eListBoxEntryText::setEmphasised(bool emphasised)
 
 void eListBoxEntryText::drawOwnText(gPainter *painter, const eRect &area)
 {
-    m_line.draw(*painter, m_text, textFont(), area, m_align);
+    if (!m_line)
+        m_line = std::make_unique<ListRowTextLine>();
+    m_line->draw(*painter, m_text, textFont(), area, m_align);
 }
 
 const eString &eListBoxEntryText::redraw(gPainter *painter, const eRect &rect, gColor coActiveB, gColor coActiveF,

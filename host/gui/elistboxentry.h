@@ -21,10 +21,13 @@
 #include "base/estring.h"
 #include "base/signals.h"
 #include "gui/geometry.h"
+#include "gui/gfont.h"
 #include "gui/grgb.h"
-#include "gui/listrow_text.h"
+
+#include <memory>
 
 class eListBoxBase;
+class ListRowTextLine;
 class eWidgetEvent;
 class gPainter;
 
@@ -137,7 +140,8 @@ private:
     eString m_text;
     int m_align;
     bool m_emphasised = false;
-    ListRowTextLine m_line;
+    // Made on the first draw: most rows of a long list are never drawn.
+    std::unique_ptr<ListRowTextLine> m_line;
 };
 
 #endif

@@ -10,6 +10,7 @@
 //    is the current choice's value.
 
 #include "gui/elistboxentry.h"
+#include "gui/listrow_text.h"
 
 #include <memory>
 #include <vector>
