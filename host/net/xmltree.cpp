@@ -25,6 +25,18 @@ enum class EncodingHint {
     undeclared // neither: the parser's own encoding applies
 };
 
+// Element and attribute names are a few bytes long: compared inline, they
+// cost less than a call to strcmp, and a tree of 10,000 stations compares
+// some 200,000 of them between building and reading.
+inline bool sameName(const char *a, const char *b)
+{
+    while (*a != '\0' && *a == *b) {
+        ++a;
+        ++b;
+    }
+    return *a == *b;
+}
+
 // An XML declaration longer than this is not waited for any further.
 constexpr std::size_t longestDeclaration = 1024;
 
@@ -255,7 +267,7 @@ private:
     // pool is asked.
     const char *elementName(const char *name)
     {
-        if (m_recentElementName == nullptr || std::strcmp(m_recentElementName, name) != 0)
+        if (m_recentElementName == nullptr || !sameName(m_recentElementName, name))
             m_recentElementName = m_names.name(m_names.intern(name));
         return m_recentElementName;
     }
@@ -265,7 +277,7 @@ private:
         if (index >= m_recentAttributeNames.size())
             m_recentAttributeNames.resize(index + 1, RecentName{nullptr, 0});
         RecentName &recent = m_recentAttributeNames[index];
-        if (recent.text == nullptr || std::strcmp(recent.text, name) != 0) {
+        if (recent.text == nullptr || !sameName(recent.text, name)) {
             recent.id = m_names.intern(name);
             recent.text = m_names.name(recent.id);
         }
@@ -303,7 +315,7 @@ const char *XMLTreeNode::GetAttributeValue(const char *name) const
         return nullptr;
     const Attribute *attribute = attributes();
     for (std::uint32_t i = 0; i < m_attributeCount; ++i)
-        if (std::strcmp(m_names->name(attribute[i].name), name) == 0)
+        if (boxhost::xml::sameName(m_names->name(attribute[i].name), name))
             return valueOf(attribute[i]);
     return nullptr;
 }
