@@ -206,29 +206,27 @@ private:
     void startElement(const char *name, const char **attributes)
     {
         std::size_t count = 0;
-        std::size_t valueBytes = 0;
-        while (attributes[2 * count] != nullptr) {
-            const std::size_t length = std::strlen(attributes[2 * count + 1]);
-            if (count < maxRememberedLengths)
-                m_valueLengths[count] = length;
-            valueBytes += length + 1;
+        while (attributes[2 * count] != nullptr)
             ++count;
-        }
+        const ValueRun run = measureValues(attributes, count);
 
         // The node, its attribute list and the attribute values in one piece.
         static_assert(sizeof(XMLTreeNode) % alignof(XMLTreeNode::Attribute) == 0);
         const std::size_t valuesStart = sizeof(XMLTreeNode) + count * sizeof(XMLTreeNode::Attribute);
-        auto *block = static_cast<std::byte *>(m_arena.allocate(valuesStart + valueBytes, alignof(XMLTreeNode)));
+        auto *block = static_cast<std::byte *>(m_arena.allocate(valuesStart + run.bytes, alignof(XMLTreeNode)));
         auto *node = new (block) XMLTreeNode();
         node->m_type = elementName(name);
         node->m_names = &m_names;
         node->m_attributeCount = static_cast<std::uint32_t>(count);
         auto *stored = reinterpret_cast<XMLTreeNode::Attribute *>(block + sizeof(XMLTreeNode));
+        if (run.contiguous && count > 0)
+            std::memcpy(block + valuesStart, attributes[1], run.bytes);
         std::size_t valueOffset = valuesStart;
         for (std::size_t i = 0; i < count; ++i) {
             const char *value = attributes[2 * i + 1];
             const std::size_t length = i < maxRememberedLengths ? m_valueLengths[i] : std::strlen(value);
-            std::memcpy(block + valueOffset, value, length + 1);
+            if (!run.contiguous)
+                std::memcpy(block + valueOffset, value, length + 1);
             new (stored + i)
                 XMLTreeNode::Attribute{attributeName(i, attributes[2 * i]), static_cast<std::uint32_t>(valueOffset)};
             valueOffset += length + 1;
@@ -265,6 +263,33 @@ private:
     // Sibling elements nearly always repeat the name and the attribute names
     // of the one before: those are recognised by a plain comparison before the
     // pool is asked.
+    // The attribute values of one element: their bytes with terminators, and
+    // whether they lie one after the other in memory, as expat hands them
+    // over as a rule; then one copy stores them all.
+    struct ValueRun
+    {
+        std::size_t bytes;
+        bool contiguous;
+    };
+
+    // Finds each value's length (remembered for the first ones) and whether
+    // each next value starts right after the previous one's terminator: then
+    // the run holds nothing but the values' own bytes and may be copied whole.
+    ValueRun measureValues(const char **attributes, std::size_t count)
+    {
+        ValueRun run{0, true};
+        for (std::size_t i = 0; i < count; ++i) {
+            const char *value = attributes[2 * i + 1];
+            const std::size_t length = std::strlen(value);
+            if (i < maxRememberedLengths)
+                m_valueLengths[i] = length;
+            if (i + 1 < count && attributes[2 * i + 3] != value + length + 1)
+                run.contiguous = false;
+            run.bytes += length + 1;
+        }
+        return run;
+    }
+
     const char *elementName(const char *name)
     {
         if (m_recentElementName == nullptr || !sameName(m_recentElementName, name))
