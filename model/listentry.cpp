@@ -13,8 +13,9 @@ bool listentryComesBefore(const Listentry &a, const Listentry &b)
     // unsigned values, then the shorter text is the smaller.
     switch (Listentry::setSort) {
     case Listentry::SORT_BITRATE:
-        if (a.bitrate != b.bitrate)
-            return a.bitrate > b.bitrate;
+        // One comparison decides both the order and the tie.
+        if (const int order = a.bitrate.compare(b.bitrate); order != 0)
+            return order > 0;
         break; // equal bitrates: by index
     case Listentry::SORT_NAME: return a.name < b.name;
     default: break;
