@@ -3,7 +3,7 @@
 #include "reply.h"
 #include "socket_address.h"
 
-#include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -22,6 +22,8 @@ constexpr std::chrono::milliseconds stopCheckInterval(100);
 // client could lose the refusal.
 constexpr std::chrono::milliseconds lingerTime(2000);
 constexpr std::size_t readChunk = 4096;
+// Ready sockets taken from the poller at once; more wait for the next round.
+constexpr int eventsAtOnce = 64;
 
 void raiseWakeSignal(int eventFd)
 {
@@ -39,14 +41,16 @@ void clearWakeSignal(int eventFd)
 
 RequestGate::RequestGate(const StopFlag &stop, AccessLog &log, GateSettings settings, Handover handover)
     : stop_(stop), log_(log), settings_(settings), handover_(std::move(handover)),
-      wakeSignal_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+      wakeSignal_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)), poller_(epoll_create1(EPOLL_CLOEXEC))
 {
+    watch(wakeSignal_);
     thread_ = std::thread([this] { run(); });
 }
 
 RequestGate::~RequestGate()
 {
     stop();
+    ::close(poller_);
     ::close(wakeSignal_);
 }
 
@@ -88,34 +92,56 @@ void RequestGate::enter(Waiting waiting)
 
 void RequestGate::run()
 {
-    std::vector<pollfd> watched;
+    std::vector<epoll_event> events(eventsAtOnce);
     while (!stopping()) {
         Clock::time_point now = Clock::now();
         takeNewcomers(now);
-        watched.assign(1, pollfd{wakeSignal_, POLLIN, 0});
-        Clock::time_point wakeAt = now + stopCheckInterval;
-        for (const Waiting &waiting : waiting_) {
-            watched.push_back(pollfd{waiting.socket, POLLIN, 0});
-            wakeAt = std::min(wakeAt, waiting.deadline);
-        }
-        const auto timeout = std::chrono::ceil<std::chrono::milliseconds>(wakeAt - now);
-        if (poll(watched.data(), watched.size(), static_cast<int>(std::max<long long>(timeout.count(), 0))) < 0
-            && errno != EINTR)
+        const auto timeout = std::chrono::ceil<std::chrono::milliseconds>(nextDeadline(now) - now);
+        const int ready =
+            epoll_wait(poller_, events.data(), eventsAtOnce, static_cast<int>(std::max<long long>(timeout.count(), 0)));
+        if (ready < 0 && errno != EINTR)
             break;
-        if (watched.front().revents != 0)
-            clearWakeSignal(wakeSignal_);
         now = Clock::now();
-        for (std::size_t i = 1; i < watched.size(); ++i) {
-            if (watched[i].revents != 0)
-                receive(waiting_[i - 1], now);
+        for (int i = 0; i < ready; ++i) {
+            const int socket = events[static_cast<std::size_t>(i)].data.fd;
+            if (socket == wakeSignal_) {
+                clearWakeSignal(wakeSignal_);
+                continue;
+            }
+            const auto found = waiting_.find(socket);
+            if (found != waiting_.end() && found->second.phase != Phase::done)
+                receive(found->second, now);
         }
-        for (Waiting &waiting : waiting_) {
+        for (auto &[socket, waiting] : waiting_) {
             if (waiting.phase != Phase::done && now >= waiting.deadline)
                 expire(waiting, now);
         }
-        std::erase_if(waiting_, [](const Waiting &waiting) { return waiting.phase == Phase::done; });
+        eraseDone();
     }
     closeEverything();
+}
+
+RequestGate::Clock::time_point RequestGate::nextDeadline(Clock::time_point now) const
+{
+    Clock::time_point wakeAt = now + stopCheckInterval;
+    for (const auto &[socket, waiting] : waiting_)
+        wakeAt = std::min(wakeAt, waiting.deadline);
+    return wakeAt;
+}
+
+void RequestGate::watch(int socket)
+{
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.fd = socket;
+    if (epoll_ctl(poller_, EPOLL_CTL_ADD, socket, &event) != 0 && errno == EEXIST)
+        epoll_ctl(poller_, EPOLL_CTL_MOD, socket, &event);
+    // Any other failure leaves the connection to its deadline.
+}
+
+void RequestGate::unwatch(int socket)
+{
+    epoll_ctl(poller_, EPOLL_CTL_DEL, socket, nullptr);
 }
 
 void RequestGate::takeNewcomers(Clock::time_point now)
@@ -128,22 +154,36 @@ void RequestGate::takeNewcomers(Clock::time_point now)
     for (Waiting &newcomer : arrived) {
         if (waiting_.size() >= settings_.mostWaiting)
             makeRoom();
-        waiting_.push_back(std::move(newcomer));
-        // A kept-alive connection may hold its next request already.
-        if (waiting_.back().phase == Phase::receiving)
-            progress(waiting_.back(), now);
+        add(std::move(newcomer), now);
     }
-    std::erase_if(waiting_, [](const Waiting &waiting) { return waiting.phase == Phase::done; });
+    eraseDone();
+}
+
+void RequestGate::add(Waiting waiting, Clock::time_point now)
+{
+    const int socket = waiting.socket;
+    // A number that a connection handed over this round left is free again.
+    Waiting &added = waiting_.insert_or_assign(socket, std::move(waiting)).first->second;
+    watch(socket);
+    // A kept-alive connection may hold its next request already.
+    if (added.phase == Phase::receiving)
+        progress(added, now);
+}
+
+void RequestGate::eraseDone()
+{
+    std::erase_if(waiting_, [](const auto &entry) { return entry.second.phase == Phase::done; });
 }
 
 void RequestGate::makeRoom()
 {
-    std::erase_if(waiting_, [](const Waiting &waiting) { return waiting.phase == Phase::done; });
-    const auto nearest = std::min_element(waiting_.begin(), waiting_.end(),
-                                          [](const Waiting &a, const Waiting &b) { return a.deadline < b.deadline; });
+    eraseDone();
+    const auto nearest = std::min_element(waiting_.begin(), waiting_.end(), [](const auto &a, const auto &b) {
+        return a.second.deadline < b.second.deadline;
+    });
     if (nearest == waiting_.end())
         return;
-    closeNow(*nearest);
+    closeNow(nearest->second);
     waiting_.erase(nearest);
 }
 
@@ -179,11 +219,14 @@ void RequestGate::progress(Waiting &waiting, Clock::time_point now)
     case RequestFraming::complete: break;
     }
     ArrivedRequest request{waiting.socket, std::move(waiting.received), waiting.deadline, waiting.served};
+    // The worker owns the socket from the handover on; it may come back by readmit().
+    unwatch(waiting.socket);
     if (handover_(request)) {
         waiting.phase = Phase::done;
         waiting.socket = -1;
         return;
     }
+    watch(waiting.socket);
     waiting.received = std::move(request.received);
     refuse(waiting, 503, now);
 }
@@ -230,7 +273,7 @@ void RequestGate::closeEverything()
     }
     for (Waiting &waiting : arrived)
         closeNow(waiting);
-    for (Waiting &waiting : waiting_) {
+    for (auto &[socket, waiting] : waiting_) {
         if (waiting.phase != Phase::done)
             closeNow(waiting);
     }
