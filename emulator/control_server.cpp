@@ -294,10 +294,11 @@ void ControlServer::addRoutes()
         int settledInARow = 0;
         // Settled twice in a row, a few milliseconds apart, counts as settled.
         while (settledInARow < 2) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-            if (left.count() <= 0 || m_gui.closing())
+            // Rounded up: a wait that gives up never gives up before its time.
+            const auto now = std::chrono::steady_clock::now();
+            if (now >= deadline || m_gui.closing())
                 break;
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now);
             const auto state = m_gui.call<SettleState>(currentSettleState, std::max(left, 50ms));
             if (state) {
                 last = *state;
