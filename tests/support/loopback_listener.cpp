@@ -27,3 +27,9 @@ LoopbackListener::~LoopbackListener()
     if (m_fd >= 0)
         ::close(m_fd);
 }
+
+int closedLoopbackPort()
+{
+    const LoopbackListener listener(1);
+    return listener.port();
+}

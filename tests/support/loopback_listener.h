@@ -23,4 +23,8 @@ private:
     int m_port = 0;
 };
 
+// A loopback port on which nothing listens: one a listener held a moment
+// ago and let go. 0 when no port could be had.
+int closedLoopbackPort();
+
 #endif

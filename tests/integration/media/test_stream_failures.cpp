@@ -1,34 +1,9 @@
 #include "stream_handler_fixture.h"
 
 #include "support/log_lines.h"
+#include "support/loopback_listener.h"
 
 #include <gtest/gtest.h>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-namespace {
-
-// A loopback port that nothing listens on.
-int closedPort()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-        || getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0) {
-        if (fd >= 0)
-            close(fd);
-        return 9; // discard: not served here
-    }
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
-} // namespace
 
 TEST_F(StreamHandlerTest, HtmlPageInsteadOfAudioFails)
 {
@@ -44,7 +19,9 @@ TEST_F(StreamHandlerTest, HtmlPageInsteadOfAudioFails)
 
 TEST_F(StreamHandlerTest, DeadServerFails)
 {
-    ASSERT_EQ(startPlaying("http://127.0.0.1:" + std::to_string(closedPort()) + "/radio"), 0);
+    const int port = closedLoopbackPort();
+    ASSERT_GT(port, 0);
+    ASSERT_EQ(startPlaying("http://127.0.0.1:" + std::to_string(port) + "/radio"), 0);
     EXPECT_TRUE(waitFor([&] { return handler->getState() != 0; }));
     EXPECT_EQ(handler->getState(), eServiceHandler::stateFailed);
 }

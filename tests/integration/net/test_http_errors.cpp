@@ -3,14 +3,10 @@
 // URLs that cannot be fetched at all. The main loop keeps running throughout.
 
 #include "integration/net/http_test_support.h"
+#include "support/loopback_listener.h"
 #include "support/run_loop.h"
 
 #include <gtest/gtest.h>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <string>
 
@@ -19,22 +15,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::size_t mebibyte = 1024 * 1024;
-
-// A loopback port on which nothing listens (it was bound a moment ago and let go).
-int closedPort()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
-    socklen_t length = sizeof address;
-    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-        || getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-        return -1;
-    close(fd);
-    return ntohs(address.sin_port);
-}
 
 // A chunked body of `total` bytes in 64 KiB pieces.
 void serveChunked(httplib::Response &response, std::size_t total)
@@ -109,7 +89,7 @@ TEST_F(HttpErrors, UnresolvableHostNameIsMinusTwo)
 
 TEST_F(HttpErrors, ClosedPortIsMinusThree)
 {
-    const int port = closedPort();
+    const int port = closedLoopbackPort();
     ASSERT_GT(port, 0);
     Fetch fetch(loop, "http://127.0.0.1:" + std::to_string(port) + "/sbin/newxml.phtml");
     EXPECT_EQ(resultOf(fetch), eHTTPConnection::errorConnect);

@@ -6,6 +6,7 @@
 #include "plugin_test_support.h"
 
 #include "scripted_http_server.h"
+#include "support/loopback_listener.h"
 #include "support/station_server_process.h"
 
 #include "directory/ehttpdownloadstring.h"
@@ -14,11 +15,6 @@
 #include "system/putils.h"
 
 #include <gtest/gtest.h>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <regex>
@@ -36,21 +32,6 @@ constexpr int topList = 2;
 constexpr int searchList = 3;
 
 const char *const downloadNotice = "Download...  One moment please...";
-
-// A loopback port on which nothing listens.
-int closedPort()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-        || getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0)
-        return -1;
-    close(fd);
-    return ntohs(address.sin_port);
-}
 
 // A directory that answers every request with one station and records
 // what it was asked.
@@ -176,7 +157,7 @@ TEST_F(DirectoryRequests, HostNameThatDoesNotResolveSaysSo)
 
 TEST_F(DirectoryRequests, RefusedConnectionSaysSo)
 {
-    const int port = closedPort();
+    const int port = closedLoopbackPort();
     ASSERT_GT(port, 0);
     box.directoryUrl("http://127.0.0.1:" + std::to_string(port));
     request(topList);
