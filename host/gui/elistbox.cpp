@@ -456,8 +456,13 @@ void eListBoxBase::redrawWidget(gPainter *painter, const eRect &area)
 {
     eDecoWidget::redrawWidget(painter, area);
     const eRect client = getClientRect();
-    const eRect damaged = (area & client).translated(ePoint(0, 0) - client.topLeft());
-    if (m_rows.empty() || m_itemHeight <= 0 || damaged.isEmpty())
+    if (m_rows.empty() || m_itemHeight <= 0)
+        return;
+    // Only whole rows are shown: one that the bottom edge would cut is left
+    // out, unless not even one row fits.
+    const eRect wholeRows(ePoint(0, 0), eSize(client.width(), std::min(client.height(), getPageSize() * m_itemHeight)));
+    const eRect damaged = (area & client).translated(ePoint(0, 0) - client.topLeft()) & wholeRows;
+    if (damaged.isEmpty())
         return;
 
     const eSkin *skin = eSkin::getActive();

@@ -115,6 +115,27 @@ TEST(ListBoxDrawing, OpaqueListBackgroundFillsTheRows)
     EXPECT_EQ(probe(shown.screenPoint(3, 390)), windowColour);
 }
 
+TEST(ListBoxDrawing, ARowThatTheBottomEdgeWouldCutIsLeftOut)
+{
+    ListSkin skin("<color name=\"eListBox.background\" value=\"#ff323232\"/>");
+    ListWindow<TextList> shown(5, 30);
+    for (const char *name : {"one", "two", "three", "four"})
+        new CountedRow(shown.list, name);
+    shown.list->resize(eSize(ListWindow<TextList>::width, 75)); // two and a half rows
+    eScreen::osd().invalidateAll();
+    eScreen::osd().compose();
+    EXPECT_EQ(shown.list->getPageSize(), 2);
+    EXPECT_EQ(probe(shown.screenPoint(1, 390)), gColor(50, 50, 50));
+    EXPECT_EQ(probe(shown.screenPoint(2, 390, 0)), windowColour) << "the third row would be cut: not drawn";
+    EXPECT_EQ(probe(shown.screenPoint(2, 390, 14)), windowColour);
+
+    // A list lower than one row still shows that row, cut.
+    shown.list->resize(eSize(ListWindow<TextList>::width, 20));
+    eScreen::osd().invalidateAll();
+    eScreen::osd().compose();
+    EXPECT_EQ(probe(shown.screenPoint(0, 390, 0)), barColour);
+}
+
 TEST(ListBoxDrawing, ListWithoutTheFocusDimsItsBar)
 {
     ListSkin skin;
