@@ -3,6 +3,7 @@
 #include "gui/eaction.h"
 #include "gui/eskin.h"
 #include "gui/gpainter.h"
+#include "gui/text_fit.h"
 
 #include <algorithm>
 
@@ -52,8 +53,7 @@ bool eWindow::focusNext(int direction)
 int eWindow::eventHandler(const eWidgetEvent &event)
 {
     switch (event.type) {
-    case eWidgetEvent::evtCharacter:
-        return passToFocusChain(event);
+    case eWidgetEvent::evtCharacter: return passToFocusChain(event);
     case eWidgetEvent::evtAction:
         // The focused widget comes first: a list moves its cursor, a button
         // is pressed; what it leaves is the window's.
@@ -96,9 +96,11 @@ void eWindow::redrawWidget(gPainter *painter, const eRect &area)
     if (m_titleHeight > 0 && area.intersects(eRect::fromEdges(0, 0, size.width(), m_border + m_titleHeight))) {
         const eRect titleText =
             eRect::fromEdges(m_border + 12, m_border, size.width() - m_border - 12, m_border + m_titleHeight);
+        const gFont titleFont = skin->queryFont("eWindow.title");
         eTextPara *para = new eTextPara(titleText);
-        para->setFont(skin->queryFont("eWindow.title"));
-        para->renderString(getText());
+        para->setFont(titleFont);
+        // A title too long for its bar ends with an ellipsis after a whole letter.
+        para->renderString(fitToWidth(getText(), titleFont, titleText.width()));
         // Centre the line vertically in the title bar.
         const eRect ink = para->getBoundBox();
         const int lineTop = (m_titleHeight - para->lineHeight()) / 2;
