@@ -99,8 +99,12 @@ void eWindow::redrawWidget(gPainter *painter, const eRect &area)
         const gFont titleFont = skin->queryFont("eWindow.title");
         eTextPara *para = new eTextPara(titleText);
         para->setFont(titleFont);
+        para->renderString(getText());
         // A title too long for its bar ends with an ellipsis after a whole letter.
-        para->renderString(fitToWidth(getText(), titleFont, titleText.width()));
+        if (para->textWidth() > titleText.width()) {
+            para->clear();
+            para->renderString(fitToWidth(getText(), titleFont, titleText.width()));
+        }
         // Centre the line vertically in the title bar.
         const eRect ink = para->getBoundBox();
         const int lineTop = (m_titleHeight - para->lineHeight()) / 2;

@@ -1,19 +1,12 @@
 #include "gui/text_fit.h"
 
-#include "gui/etextpara.h"
 #include "gui/utf8.h"
 
 #include <algorithm>
-#include <memory>
 #include <string_view>
 #include <vector>
 
 namespace {
-
-struct ParaDestroyer
-{
-    void operator()(eTextPara *para) const { para->destroy(); }
-};
 
 // Where each of the first `most` characters of `text` ends, in bytes.
 std::vector<std::size_t> characterEnds(std::string_view text, std::size_t most)
@@ -38,16 +31,6 @@ eString withEllipsis(const eString &text, std::size_t bytes)
 
 } // namespace
 
-int textAdvance(const eString &text, const gFont &font)
-{
-    // Glyphs right of the area are measured but not kept: a narrow area will do.
-    std::unique_ptr<eTextPara, ParaDestroyer> para(new eTextPara(eRect(ePoint(0, 0), eSize(1, 1))));
-    para->setFont(font);
-    if (para->renderString(text, 0) != 0)
-        return 0;
-    return para->textWidth();
-}
-
 eString fitToWidth(const eString &text, const gFont &font, int width)
 {
     if (width <= 0)
@@ -56,9 +39,9 @@ eString fitToWidth(const eString &text, const gFont &font, int width)
     // of them cannot fit.
     const std::size_t most = static_cast<std::size_t>(width) + 1;
     const std::vector<std::size_t> ends = characterEnds(text, most + 1);
-    if (ends.size() <= most && textAdvance(text, font) <= width)
+    if (ends.size() <= most && textWidth(font, text) <= width)
         return text;
-    if (textAdvance(textEllipsis, font) > width)
+    if (textWidth(font, textEllipsis) > width)
         return eString();
     // The longest start that fits with the ellipsis: `fits` characters do,
     // `tooMany` do not.
@@ -66,7 +49,7 @@ eString fitToWidth(const eString &text, const gFont &font, int width)
     std::size_t tooMany = std::min(ends.size(), most);
     while (tooMany - fits > 1) {
         const std::size_t middle = fits + (tooMany - fits) / 2;
-        if (textAdvance(withEllipsis(text, ends[middle - 1]), font) <= width)
+        if (textWidth(font, withEllipsis(text, ends[middle - 1])) <= width)
             fits = middle;
         else
             tooMany = middle;

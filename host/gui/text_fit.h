@@ -11,11 +11,8 @@
 // The ellipsis that marks a shortened text (U+2026).
 inline constexpr const char *textEllipsis = "\xE2\x80\xA6";
 
-// The advance width of `text` laid out on one line in `font` (trailing blanks
-// not counted); 0 for a font that cannot be loaded.
-int textAdvance(const eString &text, const gFont &font);
-
-// `text` itself when it fits `width` in `font`; otherwise its longest start,
+// `text` itself when it fits `width` in `font` (as textWidth() measures it);
+// otherwise its longest start,
 // ending at a character boundary and without trailing blanks, that fits with
 // the ellipsis appended, and the ellipsis; empty when not even the ellipsis
 // fits. The text's tail is not measured beyond what the width could hold, so
