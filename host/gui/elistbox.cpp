@@ -55,10 +55,9 @@ void eListBoxBase::append(eListBoxEntry *entry, bool holdCurrent, bool front)
     m_rows.insert(m_rows.begin() + index, entry);
     if (m_current >= index)
         ++m_current;
-    const int visibleEnd = m_top + getPageSize() + 1;
     if (index < m_top || (holdCurrent && m_current >= 0 && index <= m_current))
         ++m_top; // what was in view stays in view (or the current row keeps its line)
-    else if (index < visibleEnd && front)
+    else if (index < viewEnd() && front)
         damageAll(); // the rows below it move down
     else
         damageRow(index);
@@ -85,7 +84,7 @@ void eListBoxBase::removeAt(int index, bool holdCurrent)
 {
     eListBoxEntry *entry = m_rows[static_cast<std::size_t>(index)];
     const bool wasCurrent = index == m_current;
-    const bool wasInView = index >= m_top && index < m_top + getPageSize() + 1;
+    const bool wasInView = index >= m_top && index < viewEnd();
     m_rows.erase(m_rows.begin() + index);
     entry->m_inList = false;
 
@@ -363,6 +362,12 @@ void eListBoxBase::damageAll()
         invalidate();
 }
 
+eRect eListBoxBase::shownRowsArea() const
+{
+    const eRect client = getClientRect();
+    return eRect(client.topLeft(), eSize(client.width(), std::min(client.height(), getPageSize() * m_itemHeight)));
+}
+
 void eListBoxBase::damageRow(int index)
 {
     if (index < 0)
@@ -371,8 +376,7 @@ void eListBoxBase::damageRow(int index)
         m_damagedInAtomic = true;
         return;
     }
-    const eRect client = getClientRect();
-    const eRect row = getEntryRect(index).translated(client.topLeft()) & client;
+    const eRect row = getEntryRect(index).translated(getClientRect().topLeft()) & shownRowsArea();
     if (!row.isEmpty()) // an empty area would mean the whole widget
         invalidate(row);
 }
@@ -395,7 +399,7 @@ void eListBoxBase::entryNeedsRedraw(const eListBoxEntry *entry)
         return;
     }
     // Only rows in view need drawing.
-    const int end = std::min(getCount(), m_top + getPageSize() + 1);
+    const int end = std::min(getCount(), viewEnd());
     for (int index = m_top; index < end; ++index)
         if (m_rows[static_cast<std::size_t>(index)] == entry) {
             damageRow(index);
@@ -456,13 +460,8 @@ void eListBoxBase::redrawWidget(gPainter *painter, const eRect &area)
 {
     eDecoWidget::redrawWidget(painter, area);
     const eRect client = getClientRect();
-    if (m_rows.empty() || m_itemHeight <= 0)
-        return;
-    // Only whole rows are shown: one that the bottom edge would cut is left
-    // out, unless not even one row fits.
-    const eRect wholeRows(ePoint(0, 0), eSize(client.width(), std::min(client.height(), getPageSize() * m_itemHeight)));
-    const eRect damaged = (area & client).translated(ePoint(0, 0) - client.topLeft()) & wholeRows;
-    if (damaged.isEmpty())
+    const eRect damaged = (area & shownRowsArea()).translated(ePoint(0, 0) - client.topLeft());
+    if (m_rows.empty() || m_itemHeight <= 0 || damaged.isEmpty())
         return;
 
     const eSkin *skin = eSkin::getActive();

@@ -149,6 +149,11 @@ private:
     void scrollTo(int top);
     void scrollToCurrent();
     int maxTop() const;
+    // One past the last row in view: only whole rows are shown.
+    int viewEnd() const { return m_top + getPageSize(); }
+    // Where the rows in view are drawn (widget coordinates): the client area
+    // down to the last whole row, or all of it when not even one row fits.
+    eRect shownRowsArea() const;
     void damageAll();
     void damageRow(int index);
     // The current row changed: the LCD shows it, and with `notify` selchanged
