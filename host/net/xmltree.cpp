@@ -260,9 +260,6 @@ private:
         m_open.pop_back();
     }
 
-    // Sibling elements nearly always repeat the name and the attribute names
-    // of the one before: those are recognised by a plain comparison before the
-    // pool is asked.
     // The attribute values of one element: their bytes with terminators, and
     // whether they lie one after the other in memory, as expat hands them
     // over as a rule; then one copy stores them all.
@@ -290,6 +287,9 @@ private:
         return run;
     }
 
+    // Sibling elements nearly always repeat the name and the attribute names
+    // of the one before: those are recognised by a plain comparison before the
+    // pool is asked.
     const char *elementName(const char *name)
     {
         if (m_recentElementName == nullptr || !sameName(m_recentElementName, name))
