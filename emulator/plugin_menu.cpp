@@ -8,7 +8,7 @@
 #include "gui/elabel.h"
 #include "gui/elistbox.h"
 #include "gui/emessagebox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "system/ezaplcd.h"
 

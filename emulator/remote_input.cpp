@@ -1,7 +1,7 @@
 #include "remote_input.h"
 
 #include "gui/eaction.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 namespace emulator {
 

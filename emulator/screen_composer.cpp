@@ -2,7 +2,7 @@
 
 #include "tv_picture.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
 #include "system/decoder.h"

@@ -5,8 +5,8 @@
 #include "settle_state.h"
 
 #include "base/elog.h"
-#include "gui/png_io.h"
-#include "gui/utf8.h"
+#include "gui/drawing/png_io.h"
+#include "gui/drawing/utf8.h"
 
 #include <cstdio>
 #include <filesystem>

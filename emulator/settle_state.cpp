@@ -1,7 +1,7 @@
 #include "settle_state.h"
 
 #include "base/ebase.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "net/ehttpconnection.h"
 
 namespace emulator {

@@ -11,7 +11,7 @@
 #include "support/ratio_report.h"
 
 #include "gui/elistbox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
 

@@ -25,7 +25,7 @@
 #include "base/ebase.h"
 #include "base/econfig.h"
 #include "base/elog.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "net/ehttpdownloadxml.h"
 #include "net/xml_arena.h"

@@ -13,7 +13,7 @@
 #include "base/ebase.h"
 #include "base/econfig.h"
 #include "base/messages.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "media/eservice.h"
 #include "media/gstreamer/audio_sink.h"

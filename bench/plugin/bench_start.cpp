@@ -13,7 +13,7 @@
 #include "base/econfig.h"
 #include "base/elog.h"
 #include "gui/elistbox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
 #include "support/temp_dir.h"

@@ -11,7 +11,7 @@
 #include "gui/gfont.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include <algorithm>
 #include <cmath>

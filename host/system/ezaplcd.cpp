@@ -1,8 +1,8 @@
 #include "system/ezaplcd.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "emulator_process.h"
 #include "widget_json.h"
 
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include <gtest/gtest.h>
 

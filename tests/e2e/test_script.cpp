@@ -3,7 +3,7 @@
 
 #include "emulator_process.h"
 
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>

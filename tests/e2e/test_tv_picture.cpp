@@ -3,7 +3,7 @@
 
 #include "emulator_process.h"
 
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include "gui/elistbox.h"
 #include "gui/emessagebox.h"
 #include "gui/enumber.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/etextinputfield.h"
 #include "gui/ewidget.h"

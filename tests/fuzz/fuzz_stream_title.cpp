@@ -6,7 +6,7 @@
 
 #include "fuzz_support.h"
 
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 #include "icy_metadata.h"
 #include "media/gstreamer/title_text.h"
 #include "text_encoding.h"

@@ -1,7 +1,7 @@
 #ifndef TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
 #define TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/geometry.h"
 #include "gui/gpixmap.h"
 #include "gui/grgb.h"

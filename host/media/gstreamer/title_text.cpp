@@ -1,6 +1,6 @@
 #include "media/gstreamer/title_text.h"
 
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 
 #include <array>
 #include <cstdint>

@@ -107,7 +107,7 @@ struct WeightedKey
     std::size_t weight;
 };
 
-// Every key of the remote (host/gui/eaction.cpp). OK and the cursor keys
+// Every key of the remote (host/gui/widgets/eaction.cpp). OK and the cursor keys
 // weigh most, as they move through lists, the menu and its dialogs; exit
 // weighs enough to leave each of them again (and now and then the plug-in).
 inline constexpr WeightedKey remoteKeys[] = {

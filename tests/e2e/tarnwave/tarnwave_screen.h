@@ -9,7 +9,7 @@
 
 #include "emulator_process.h"
 
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 #include "support/station_server_process.h"
 
 #include <gtest/gtest.h>

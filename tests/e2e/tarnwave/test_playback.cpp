@@ -7,7 +7,7 @@
 #include "emulator_process.h"
 #include "tarnwave_screen.h"
 
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 #include "support/station_server_process.h"
 #include "support/temp_dir.h"
 

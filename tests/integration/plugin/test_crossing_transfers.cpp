@@ -12,7 +12,7 @@
 
 #include "scripted_http_server.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "net/ehttpconnection.h"
 
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 // Rows and a window for the list box tests.
 
 #include "gui/elistbox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 // .notdef for missing glyphs, face names, fallbacks and bad font files.
 
 #include "gui/gfont.h"
-#include "gui/glyph_cache.h"
+#include "gui/drawing/glyph_cache.h"
 #include "support/log_lines.h"
 #include "support/temp_dir.h"
 

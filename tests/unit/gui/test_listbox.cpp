@@ -5,7 +5,7 @@
 
 #include "gui/eaction.h"
 #include "gui/elabel.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

@@ -7,10 +7,10 @@
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
 #include "gui/emessagebox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/gpixmap.h"
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include "support/temp_dir.h"
 

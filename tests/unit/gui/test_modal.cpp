@@ -2,7 +2,7 @@
 // order, and timers and posted work keep running inside them.
 
 #include "base/ebase.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 
 #include <gtest/gtest.h>

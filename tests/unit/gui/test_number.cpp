@@ -5,7 +5,7 @@
 #include "base/ebase.h"
 #include "gui/ebutton.h"
 #include "gui/enumber.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
 

@@ -1,6 +1,6 @@
 // PNG reading and writing: round trips, every colour type, and damaged files.
 
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include "gui/eaction.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
 

@@ -5,7 +5,7 @@
 #include "base/ebase.h"
 #include "gui/elistbox.h"
 #include "gui/elistboxentrymenu.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/esetupwindow.h"
 #include "gui/eskin.h"
 

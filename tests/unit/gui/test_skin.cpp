@@ -3,7 +3,7 @@
 // window build "rss.weather" makes the four colour-key captions.
 
 #include "gui/elabel.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/ewidget.h"

@@ -1,13 +1,13 @@
 // Fitting a line of text into a width: untouched when it fits, otherwise cut
 // after a whole character with an ellipsis, never wider than the width.
 
-#include "gui/text_fit.h"
+#include "gui/drawing/text_fit.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // UTF-8 decoding that never fails, never stalls and never reads past the end.
 
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 #include "support/random_input.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // parents, names, and setters that only mark damage when something changes.
 
 #include "gui/elabel.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewidget.h"
 #include "gui/ewindow.h"
 

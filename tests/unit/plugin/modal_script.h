@@ -20,7 +20,7 @@
 #include "dialogs/setup_menu.h"
 
 #include "base/ebase.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewidget.h"
 
 #include <deque>

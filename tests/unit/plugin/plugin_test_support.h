@@ -10,7 +10,7 @@
 #include "base/ebase.h"
 #include "base/econfig.h"
 #include "base/messages.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "support/run_loop.h"
 #include "support/temp_dir.h"

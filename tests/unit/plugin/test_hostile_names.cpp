@@ -6,7 +6,7 @@
 #include "plugin_test_support.h"
 #include "support/pixel_probes.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

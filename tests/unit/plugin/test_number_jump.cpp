@@ -11,7 +11,7 @@
 #include "plugin/ctarnwave.h"
 
 #include "gui/elabel.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 
 #include "base/econfig.h"
 #include "gui/emessagebox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 
 #include "base/econfig.h"
 #include "base/messages.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "support/temp_dir.h"
 #include "system/decoder.h"
 
@@ -189,8 +189,8 @@ TEST_F(SetupMenu, InGermanTheWordsAreTranslatedAndTheMarksKept)
     EXPECT_EQ(rowsOf(menu),
               (std::vector<std::string>{"Favoriten Eintrag löschen", "Zu Favoriten hinzufügen", "Suche", separator,
                                         "Aufnahme starten", "Streamripper Verzeichnis", "/hdd/radio", separator,
-                                        "Hintergrund (links, rechts)\t  TV >",
-                                        "Filter für minimale Bitrate\t128", "nach 15 Sekunden\t  nichts >"}));
+                                        "Hintergrund (links, rechts)\t  TV >", "Filter für minimale Bitrate\t128",
+                                        "nach 15 Sekunden\t  nichts >"}));
     EXPECT_EQ(choicesOf(*menu.autoHideEntry, {60, 61, 62}),
               (std::vector<std::string>{"  nichts >", "< verkleinern >", "< ausblenden  "}));
 }

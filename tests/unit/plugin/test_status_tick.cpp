@@ -10,7 +10,7 @@
 
 #include "base/econfig.h"
 #include "base/messages.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "system/decoder.h"
 
 #include <gtest/gtest.h>

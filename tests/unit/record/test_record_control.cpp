@@ -13,7 +13,7 @@
 
 #include "base/econfigfile.h"
 #include "gui/emessagebox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "support/named_sleeper.h"
 #include "support/temp_dir.h"
 #include "support/wait_for.h"

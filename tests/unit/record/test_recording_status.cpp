@@ -8,7 +8,7 @@
 
 #include "base/messages.h"
 #include "gui/emessagebox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "support/log_lines.h"
 #include "support/named_sleeper.h"
 #include "support/temp_dir.h"

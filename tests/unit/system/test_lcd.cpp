@@ -2,7 +2,7 @@
 // and their list's current row into it.
 
 #include "gui/elistbox.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "system/ezaplcd.h"
 

@@ -2,7 +2,7 @@
 // OK, goes up with "..", chooses with green and cancels with exit.
 
 #include "base/ebase.h"
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 #include "system/pbrowser.h"
 #include "support/temp_dir.h"
 

@@ -1,6 +1,6 @@
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 
 #include <cstdio>
 

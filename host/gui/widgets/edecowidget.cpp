@@ -1,7 +1,7 @@
 #include "gui/edecowidget.h"
 
 #include "gui/gpainter.h"
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
 eDecoWidget::eDecoWidget(eWidget *parent, int takefocus, const char *deco)
     : eWidget(parent, takefocus), m_decoName(deco ? deco : "")

@@ -5,8 +5,8 @@
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/gpainter.h"
-#include "gui/json_writer.h"
-#include "gui/utf8.h"
+#include "gui/widgets/json_writer.h"
+#include "gui/drawing/utf8.h"
 
 #include <libintl.h>
 

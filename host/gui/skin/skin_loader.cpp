@@ -2,14 +2,14 @@
 // arrives, and the staged colours, fonts, values, images, decorations and
 // window builds go into the skin only when the whole file has been read.
 
-#include "gui/skin_loader.h"
+#include "gui/skin/skin_loader.h"
 
 #include "base/hex_digit.h"
 #include "base/elog.h"
 #include "base/whole_file.h"
 #include "gui/gfont.h"
 #include "gui/gpixmap.h"
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include <expat.h>
 

@@ -1,4 +1,4 @@
-#include "gui/png_io.h"
+#include "gui/drawing/png_io.h"
 
 #include "base/whole_file.h"
 

@@ -1,6 +1,6 @@
-#include "gui/text_fit.h"
+#include "gui/drawing/text_fit.h"
 
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include "base/ebase.h"
 #include "base/elog.h"
@@ -6,7 +6,7 @@
 #include "gui/ewidget.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
 #include <algorithm>
 

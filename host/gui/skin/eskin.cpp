@@ -7,7 +7,7 @@
 #include "gui/elabel.h"
 #include "gui/ewidget.h"
 #include "gui/gpixmap.h"
-#include "gui/skin_loader.h"
+#include "gui/skin/skin_loader.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "gui/utf8.h"
+#include "gui/drawing/utf8.h"
 
 namespace boxtext {
 

@@ -1,6 +1,6 @@
 #include "gui/gpainter.h"
 
-#include "gui/pixel_blend.h"
+#include "gui/drawing/pixel_blend.h"
 
 #include <algorithm>
 #include <cmath>

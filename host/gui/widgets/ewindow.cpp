@@ -3,7 +3,7 @@
 #include "gui/eaction.h"
 #include "gui/eskin.h"
 #include "gui/gpainter.h"
-#include "gui/text_fit.h"
+#include "gui/drawing/text_fit.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 #include "gui/eaction.h"
 #include "gui/eskin.h"
 #include "gui/gpainter.h"
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
 #include <algorithm>
 

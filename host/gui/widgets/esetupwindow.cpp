@@ -1,6 +1,6 @@
 #include "gui/esetupwindow.h"
 
-#include "gui/escreen.h"
+#include "gui/widgets/escreen.h"
 
 #include <algorithm>
 

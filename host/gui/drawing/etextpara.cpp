@@ -1,8 +1,8 @@
 #include "gui/etextpara.h"
 
-#include "gui/glyph_cache.h"
-#include "gui/pixel_blend.h"
-#include "gui/utf8.h"
+#include "gui/drawing/glyph_cache.h"
+#include "gui/drawing/pixel_blend.h"
+#include "gui/drawing/utf8.h"
 
 #include <algorithm>
 

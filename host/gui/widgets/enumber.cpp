@@ -4,7 +4,7 @@
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/gpainter.h"
-#include "gui/json_writer.h"
+#include "gui/widgets/json_writer.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "gui/glyph_cache.h"
+#include "gui/drawing/glyph_cache.h"
 
 #include "base/elog.h"
 #include "gui/gfont.h"

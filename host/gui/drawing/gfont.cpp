@@ -2,7 +2,7 @@
 
 #include "base/elog.h"
 #include "gui/etextpara.h"
-#include "gui/glyph_cache.h"
+#include "gui/drawing/glyph_cache.h"
 
 #include <algorithm>
 #include <cstdlib>
