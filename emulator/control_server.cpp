@@ -9,12 +9,12 @@
 #include "web_assets.h"
 
 #include "base/elog.h"
-#include "gui/widgets/escreen.h"
-#include "gui/ewindow.h"
-#include "gui/gpixmap.h"
-#include "gui/widgets/json_writer.h"
 #include "gui/drawing/png_io.h"
 #include "gui/drawing/utf8.h"
+#include "gui/ewindow.h"
+#include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
+#include "gui/widgets/json_writer.h"
 #include "system/ezaplcd.h"
 
 #include <httplib.h>

@@ -4,9 +4,9 @@
 #include "screen_composer.h"
 
 #include "base/elog.h"
-#include "gui/widgets/escreen.h"
-#include "gui/gpixmap.h"
 #include "gui/drawing/utf8.h"
+#include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 
 #include <SDL.h>
 

@@ -8,8 +8,8 @@
 #include "gui/elabel.h"
 #include "gui/elistbox.h"
 #include "gui/emessagebox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 #include "system/ezaplcd.h"
 
 #include <libintl.h>

@@ -2,9 +2,9 @@
 
 #include "tv_picture.h"
 
-#include "gui/widgets/escreen.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 #include "system/decoder.h"
 
 namespace emulator {

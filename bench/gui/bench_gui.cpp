@@ -11,9 +11,9 @@
 #include "support/ratio_report.h"
 
 #include "gui/elistbox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 
 #include <algorithm>
 #include <cstring>

@@ -13,9 +13,9 @@
 #include "base/econfig.h"
 #include "base/elog.h"
 #include "gui/elistbox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 #include "support/temp_dir.h"
 
 #include <dlfcn.h>

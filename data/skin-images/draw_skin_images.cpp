@@ -7,11 +7,11 @@
 // Shapes are drawn anti-aliased by sampling each pixel 4 x 4 times; letters
 // come from the DejaVu faces through the toolkit's own text layout.
 
+#include "gui/drawing/png_io.h"
 #include "gui/etextpara.h"
 #include "gui/gfont.h"
 #include "gui/gpainter.h"
 #include "gui/gpixmap.h"
-#include "gui/drawing/png_io.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "system/ezaplcd.h"
 
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
+#include "gui/widgets/escreen.h"
 #include "gui/widgets/json_writer.h"
 
 namespace {

@@ -10,11 +10,11 @@
 #include "gui/elistbox.h"
 #include "gui/emessagebox.h"
 #include "gui/enumber.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/etextinputfield.h"
 #include "gui/ewidget.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 #include "net/xmltree.h"
 #include "support/temp_dir.h"
 

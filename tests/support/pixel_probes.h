@@ -1,10 +1,10 @@
 #ifndef TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
 #define TARNWAVE_TESTS_SUPPORT_PIXEL_PROBES_H
 
-#include "gui/widgets/escreen.h"
 #include "gui/geometry.h"
 #include "gui/gpixmap.h"
 #include "gui/grgb.h"
+#include "gui/widgets/escreen.h"
 
 // How many pixels of `rect` on the composed on-screen display have exactly
 // `color`.

@@ -1,8 +1,8 @@
 #include "gui/gfont.h"
 
 #include "base/elog.h"
-#include "gui/etextpara.h"
 #include "gui/drawing/glyph_cache.h"
+#include "gui/etextpara.h"
 
 #include <algorithm>
 #include <cstdlib>

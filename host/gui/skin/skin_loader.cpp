@@ -4,12 +4,12 @@
 
 #include "gui/skin/skin_loader.h"
 
-#include "base/hex_digit.h"
 #include "base/elog.h"
+#include "base/hex_digit.h"
 #include "base/whole_file.h"
+#include "gui/drawing/png_io.h"
 #include "gui/gfont.h"
 #include "gui/gpixmap.h"
-#include "gui/drawing/png_io.h"
 
 #include <expat.h>
 

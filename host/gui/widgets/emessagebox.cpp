@@ -4,10 +4,10 @@
 #include "base/messages.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 #include "gui/widgets/json_writer.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 #include "gui/etextinputfield.h"
 
 #include "base/ebase.h"
+#include "gui/drawing/utf8.h"
 #include "gui/eaction.h"
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/gpainter.h"
 #include "gui/widgets/json_writer.h"
-#include "gui/drawing/utf8.h"
 
 #include <libintl.h>
 

@@ -3,9 +3,9 @@
 #include "base/ebase.h"
 #include "base/elog.h"
 #include "gui/eaction.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/gpainter.h"
+#include "gui/widgets/escreen.h"
 #include "gui/widgets/json_writer.h"
 
 #include <algorithm>

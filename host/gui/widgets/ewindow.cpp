@@ -1,9 +1,9 @@
 #include "gui/ewindow.h"
 
+#include "gui/drawing/text_fit.h"
 #include "gui/eaction.h"
 #include "gui/eskin.h"
 #include "gui/gpainter.h"
-#include "gui/drawing/text_fit.h"
 
 #include <algorithm>
 

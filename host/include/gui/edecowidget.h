@@ -9,8 +9,8 @@
 // client area is the whole widget. A background colour set on the widget
 // itself takes the place of the decoration's.
 
-#include "gui/ewidget.h"
 #include "gui/eskin.h"
+#include "gui/ewidget.h"
 
 class eDecoWidget : public eWidget
 {

@@ -4,8 +4,8 @@
 // Rows and a window for the list box tests.
 
 #include "gui/elistbox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 
 #include <memory>
 

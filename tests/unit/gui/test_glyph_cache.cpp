@@ -1,8 +1,8 @@
 // The glyph cache and the font registry: glyphs rasterised once, metrics,
 // .notdef for missing glyphs, face names, fallbacks and bad font files.
 
-#include "gui/gfont.h"
 #include "gui/drawing/glyph_cache.h"
+#include "gui/gfont.h"
 #include "support/log_lines.h"
 #include "support/temp_dir.h"
 

@@ -4,13 +4,13 @@
 
 #include "base/ebase.h"
 #include "base/messages.h"
+#include "gui/drawing/png_io.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
 #include "gui/emessagebox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/gpixmap.h"
-#include "gui/drawing/png_io.h"
+#include "gui/widgets/escreen.h"
 
 #include "support/temp_dir.h"
 

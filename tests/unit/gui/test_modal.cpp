@@ -2,8 +2,8 @@
 // order, and timers and posted work keep running inside them.
 
 #include "base/ebase.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

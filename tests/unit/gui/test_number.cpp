@@ -5,9 +5,9 @@
 #include "base/ebase.h"
 #include "gui/ebutton.h"
 #include "gui/enumber.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 
 #include "support/pixel_probes.h"
 

@@ -5,9 +5,9 @@
 #include "gui/eaction.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

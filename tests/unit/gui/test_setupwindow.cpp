@@ -5,9 +5,9 @@
 #include "base/ebase.h"
 #include "gui/elistbox.h"
 #include "gui/elistboxentrymenu.h"
-#include "gui/widgets/escreen.h"
 #include "gui/esetupwindow.h"
 #include "gui/eskin.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

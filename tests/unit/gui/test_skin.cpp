@@ -3,11 +3,11 @@
 // window build "rss.weather" makes the four colour-key captions.
 
 #include "gui/elabel.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/etextpara.h"
 #include "gui/ewidget.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 #include "support/log_lines.h"
 
 #include <gtest/gtest.h>

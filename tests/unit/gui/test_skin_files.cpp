@@ -4,10 +4,10 @@
 
 #include "gui/elabel.h"
 #include "gui/emessagebox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewidget.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 #include "gui/widgets/json_writer.h"
 #include "support/log_lines.h"
 #include "support/temp_dir.h"

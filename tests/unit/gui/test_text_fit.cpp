@@ -3,11 +3,11 @@
 
 #include "gui/drawing/text_fit.h"
 
-#include "gui/widgets/escreen.h"
+#include "gui/drawing/utf8.h"
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
-#include "gui/drawing/utf8.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

@@ -5,10 +5,10 @@
 #include "base/ebase.h"
 #include "gui/ebutton.h"
 #include "gui/elabel.h"
-#include "gui/widgets/escreen.h"
 #include "gui/etextinputfield.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 
 #include "support/run_loop.h"
 

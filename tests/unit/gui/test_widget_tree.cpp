@@ -2,9 +2,9 @@
 // parents, names, and setters that only mark damage when something changes.
 
 #include "gui/elabel.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewidget.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 
 #include <gtest/gtest.h>
 

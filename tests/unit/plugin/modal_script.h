@@ -20,8 +20,8 @@
 #include "dialogs/setup_menu.h"
 
 #include "base/ebase.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewidget.h"
+#include "gui/widgets/escreen.h"
 
 #include <deque>
 #include <functional>

@@ -2,8 +2,8 @@
 // and their list's current row into it.
 
 #include "gui/elistbox.h"
-#include "gui/widgets/escreen.h"
 #include "gui/ewindow.h"
+#include "gui/widgets/escreen.h"
 #include "system/ezaplcd.h"
 
 #include <gtest/gtest.h>

@@ -3,8 +3,8 @@
 
 #include "base/ebase.h"
 #include "gui/widgets/escreen.h"
-#include "system/pbrowser.h"
 #include "support/temp_dir.h"
+#include "system/pbrowser.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // The divider label: a solid line that fills its rectangle, in the skin's
 // divider colour unless it was given its own.
 
-#include "gui/widgets/escreen.h"
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
 #include "gui/gpixmap.h"
+#include "gui/widgets/escreen.h"
 #include "system/plabel.h"
 
 #include <gtest/gtest.h>
