@@ -1,7 +1,7 @@
 #ifndef TARNWAVE_MODEL_LISTENTRY_H
 #define TARNWAVE_MODEL_LISTENTRY_H
 
-#include <base/estring.h>
+#include "base/estring.h"
 
 // One directory entry, a genre (a folder whose stations are fetched when it is
 // chosen) or a station (something that can be played). Every row of the four
