@@ -12,7 +12,7 @@
 //
 // It includes nothing but the SDK (the host's headers, "base/...", "gui/...",
 // "system/...") and the standard library, and links nothing but the host
-// library; see examples/CMakeLists.txt and host/README.md.
+// library; see CMakeLists.txt here and host/README.md.
 
 #include "base/econfig.h"
 #include "base/elog.h"
@@ -167,7 +167,7 @@ private:
 } // namespace
 
 // The plug-in's one exported symbol, looked up by name: C linkage, default
-// visibility (everything else is hidden, see examples/CMakeLists.txt). The
+// visibility (everything else is hidden, see CMakeLists.txt here). The
 // host calls it on its GUI thread, inside its main loop, and waits for it to
 // return; the window's exec() runs a nested loop meanwhile, so timers,
 // transfers and painting go on.
