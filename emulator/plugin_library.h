@@ -4,6 +4,8 @@
 // A box plug-in: a shared library loaded with dlopen whose one entry point,
 // extern "C" int gPlugin_exec(int command), the host calls to run it.
 
+#include "system/gplugin.h"
+
 #include <memory>
 #include <string>
 
@@ -12,7 +14,7 @@ namespace emulator {
 class PluginLibrary
 {
 public:
-    using Entry = int (*)(int);
+    using Entry = gPluginEntry;
 
     // Loads the library at `path`; null with a one-line reason in `error`
     // when the file is missing, is no loadable shared library, or lacks

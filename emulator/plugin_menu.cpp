@@ -10,6 +10,7 @@
 #include "gui/emessagebox.h"
 #include "gui/ewindow.h"
 #include "gui/widgets/escreen.h"
+#include "system/gplugin.h"
 #include "system/ezaplcd.h"
 
 #include <libintl.h>
@@ -114,8 +115,8 @@ void PluginMenu::run()
     m_running = true;
     ++m_runsBegun;
     m_window->hide();
-    eDebug("box-emulator: starting %s with command %d", m_plugin->path().c_str(), startCommand);
-    const int result = m_plugin->exec(startCommand);
+    eDebug("box-emulator: starting %s with command %d", m_plugin->path().c_str(), gPluginRun);
+    const int result = m_plugin->exec(gPluginRun);
     eDebug("box-emulator: the plug-in returned %d", result);
     m_running = false;
     ++m_runsEnded;

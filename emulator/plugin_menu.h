@@ -26,9 +26,6 @@ class PluginMenuWindow;
 class PluginMenu : public SigC::Object
 {
 public:
-    // The command the host's menu starts a plug-in with.
-    static constexpr int startCommand = 301;
-
     // `plugin` may be null: then `pluginPath` names the plug-in that is missing.
     PluginMenu(const PluginLibrary *plugin, std::string pluginPath);
     ~PluginMenu() override;

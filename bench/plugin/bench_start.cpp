@@ -16,6 +16,7 @@
 #include "gui/eskin.h"
 #include "gui/ewindow.h"
 #include "gui/widgets/escreen.h"
+#include "system/gplugin.h"
 #include "support/temp_dir.h"
 
 #include <dlfcn.h>
@@ -67,7 +68,7 @@ public:
 
     double pluginStart()
     {
-        return untilFirstFrame([this] { entry_(301); });
+        return untilFirstFrame([this] { entry_(gPluginRun); });
     }
 
     double bareWindow()
@@ -104,7 +105,7 @@ private:
         library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (library_ == nullptr)
             throw std::runtime_error(std::string("cannot load the plug-in: ") + dlerror());
-        entry_ = reinterpret_cast<int (*)(int)>(dlsym(library_, "gPlugin_exec"));
+        entry_ = reinterpret_cast<gPluginEntry>(dlsym(library_, "gPlugin_exec"));
         if (entry_ == nullptr)
             throw std::runtime_error("the plug-in has no gPlugin_exec");
     }
@@ -113,7 +114,7 @@ private:
     eApplication app_;
     eSkin skin_;
     void *library_ = nullptr; // kept loaded until the process ends, as the host keeps it
-    int (*entry_)(int) = nullptr;
+    gPluginEntry entry_ = nullptr;
 };
 
 const bool registered = [] {

@@ -24,13 +24,11 @@
 #include "gui/etextpara.h"
 #include "gui/ewindow.h"
 #include "system/ezaplcd.h"
+#include "system/gplugin.h"
 
 #include <string>
 
 namespace {
-
-// The host starts a plug-in with this command; any other is only answered.
-constexpr int commandRun = 301;
 
 // Where the last choice is kept in the box's settings. Prefix every key with
 // your plug-in's name so that it never meets another plug-in's key.
@@ -166,14 +164,14 @@ private:
 
 } // namespace
 
-// The plug-in's one exported symbol, looked up by name: C linkage, default
-// visibility (everything else is hidden, see CMakeLists.txt here). The
-// host calls it on its GUI thread, inside its main loop, and waits for it to
-// return; the window's exec() runs a nested loop meanwhile, so timers,
-// transfers and painting go on.
-extern "C" __attribute__((visibility("default"))) int gPlugin_exec(int command)
+// The plug-in's one exported symbol, looked up by name (system/gplugin.h):
+// C linkage, default visibility (everything else is hidden, see
+// CMakeLists.txt here). The host calls it on its GUI thread, inside its main
+// loop, and waits for it to return; the window's exec() runs a nested loop
+// meanwhile, so timers, transfers and painting go on.
+GPLUGIN_ENTRY int gPlugin_exec(int command)
 {
-    if (command != commandRun)
+    if (command != gPluginRun) // any other command is only answered
         return 0;
 
     // While a plug-in runs, the front panel shows the menu page; a window

@@ -15,6 +15,7 @@
 #include "net/ehttpdatasource.h"
 #include "system/decoder.h"
 #include "system/ezaplcd.h"
+#include "system/gplugin.h"
 
 namespace {
 
@@ -175,7 +176,7 @@ private:
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) int gPlugin_exec(int command)
+GPLUGIN_ENTRY int gPlugin_exec(int command)
 {
     TestPluginWindow window;
     eZapLCDPage *page = eZapLCD::getInstance()->menuPage;

@@ -4,6 +4,8 @@
 // The built plug-in, loaded as the host loads it: with dlopen, looked up by
 // its entry point's name.
 
+#include "system/gplugin.h"
+
 #include <dlfcn.h>
 
 #include <string>
@@ -26,7 +28,7 @@ inline void *pluginLibrary(std::string *error = nullptr)
     return handle;
 }
 
-using PluginEntry = int (*)(int);
+using PluginEntry = gPluginEntry;
 
 // The library's gPlugin_exec, or null.
 inline PluginEntry pluginEntry()
