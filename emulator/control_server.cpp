@@ -19,12 +19,16 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <netdb.h>
+#include <optional>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace emulator {
@@ -35,7 +39,11 @@ using namespace std::chrono_literals;
 constexpr auto settleDefault = 5000ms;
 constexpr auto settleMost = 120000ms;
 constexpr auto startLimit = 5000ms;
+constexpr auto settleProbeLeast = 50ms;
+constexpr auto pollPause = 10ms;
 constexpr int serverThreads = 24;
+// No request of the page or the API comes near this; larger bodies get 413.
+constexpr std::size_t largestBody = 64 * 1024;
 
 void replyJson(httplib::Response &response, const std::string &json, int status = 200)
 {
@@ -110,6 +118,98 @@ std::string bindFailure(const std::string &host, int port)
     return reason;
 }
 
+// Asks `probe` on the GUI thread every few milliseconds and hands each answer
+// (none when the GUI did not answer in time) to `finished`, until it says so,
+// `limit` has passed or the emulator closes. A probe may take the time that is
+// left, rounded up so that a wait never gives up before its time, but at least
+// `probeLeast`.
+template <typename Answer, typename Probe, typename Finished>
+void pollGui(GuiBridge &gui, std::chrono::milliseconds limit, std::chrono::milliseconds probeLeast, const Probe &probe,
+             const Finished &finished)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= deadline || gui.closing())
+            return;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now);
+        if (finished(gui.call<Answer>(probe, std::max(left, probeLeast))))
+            return;
+        std::this_thread::sleep_for(pollPause);
+    }
+}
+
+httplib::Server::HandlerResponse guardRequest(const std::string &listenHost, int listenPort,
+                                              const httplib::Request &request, httplib::Response &response)
+{
+    const std::string origin = request.get_header_value("Origin");
+    const auto refusal = refuseForeignRequest(listenHost, listenPort, request.get_header_value("Host"),
+                                              request.has_header("Origin") ? &origin : nullptr);
+    if (!refusal)
+        return httplib::Server::HandlerResponse::Unhandled;
+    replyError(response, refusal->status, refusal->reason);
+    return httplib::Server::HandlerResponse::Handled;
+}
+
+void handlePage(const httplib::Request &request, httplib::Response &response)
+{
+    const WebAsset *asset = findWebAsset(request.path);
+    if (asset == nullptr) {
+        replyError(response, 404, "no such page");
+        return;
+    }
+    response.set_header("Cache-Control", "no-cache");
+    response.set_content(reinterpret_cast<const char *>(asset->data), asset->size, asset->contentType);
+}
+
+void handleLog(const httplib::Request &request, httplib::Response &response)
+{
+    const long long since = numberParameter(request, "since", 0);
+    if (since < 0)
+        return replyError(response, 400, "since must be a line number");
+    JsonWriter json;
+    json.beginObject();
+    json.key("last").value(static_cast<long long>(boxlog::lastSequence()));
+    json.key("lines").beginArray();
+    for (const boxlog::Line &line : boxlog::linesSince(static_cast<std::uint64_t>(since))) {
+        json.beginObject();
+        json.key("sequence").value(static_cast<long long>(line.sequence));
+        json.key("level").value(levelName(line.level));
+        json.key("text").value(line.text);
+        json.endObject();
+    }
+    json.endArray().endObject();
+    replyJson(response, json.str());
+}
+
+// Gives httplib's bare 404 a body that says what was not found.
+void handleMissing(const httplib::Request &request, httplib::Response &response)
+{
+    if (response.status == 404 && response.body.empty())
+        replyError(response, 404, "nothing at " + request.path);
+}
+
+// What the settle wait has seen. Settled twice in a row, a few milliseconds
+// apart, counts as settled.
+struct SettleWatch
+{
+    SettleState last;
+    bool answered = false; // the GUI answered at least once
+    int settledInARow = 0;
+
+    // Takes one answer (none: the GUI was busy); true once settled.
+    bool see(const std::optional<SettleState> &state)
+    {
+        if (state) {
+            last = *state;
+            answered = true;
+            settledInARow = state->settled() ? settledInARow + 1 : 0;
+        }
+        return settled();
+    }
+    bool settled() const { return settledInARow >= 2; }
+};
+
 struct StartPlan
 {
     enum Outcome { planned, missing, busy } outcome = busy;
@@ -117,12 +217,40 @@ struct StartPlan
     std::string path;
 };
 
+// GUI thread: asks the plug-in menu to start the plug-in, as command 301 does.
+StartPlan planStart(PluginMenu &menu)
+{
+    StartPlan plan;
+    plan.path = menu.pluginPath();
+    plan.runsBefore = menu.runsBegun();
+    if (!menu.pluginAvailable())
+        plan.outcome = StartPlan::missing;
+    else
+        plan.outcome = menu.requestStart() ? StartPlan::planned : StartPlan::busy;
+    return plan;
+}
+
 struct StartProgress
 {
     bool begun = false;
     bool ended = false;
     std::string window; // the title of the plug-in's window on top, if one is shown
+
+    // Begun and either showing its window or over already.
+    bool shown() const { return begun && (ended || !window.empty()); }
 };
+
+// GUI thread: how far the run after the first `runsBefore` runs has come.
+StartProgress startProgress(PluginMenu &menu, std::uint64_t runsBefore)
+{
+    StartProgress progress;
+    progress.begun = menu.runsBegun() > runsBefore;
+    progress.ended = menu.runsEnded() > runsBefore;
+    const eWidget *top = eScreen::osd().activeWindow();
+    if (progress.begun && top != nullptr && top != menu.window())
+        progress.window = top->getText();
+    return progress;
+}
 
 } // namespace
 
@@ -187,212 +315,160 @@ void ControlServer::stop()
 
 void ControlServer::addRoutes()
 {
+    using Handler = void (ControlServer::*)(const httplib::Request &, httplib::Response &);
+    const auto bound = [this](Handler handler) {
+        return [this, handler](const httplib::Request &request, httplib::Response &response) {
+            (this->*handler)(request, response);
+        };
+    };
     httplib::Server &server = *m_server;
-
-    // No request of the page or the API comes near this; larger bodies get 413.
-    server.set_payload_max_length(64 * 1024);
+    server.set_payload_max_length(largestBody);
     server.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
-        const std::string origin = request.get_header_value("Origin");
-        const auto refusal = refuseForeignRequest(m_host, m_port, request.get_header_value("Host"),
-                                                  request.has_header("Origin") ? &origin : nullptr);
-        if (!refusal)
-            return httplib::Server::HandlerResponse::Unhandled;
-        replyError(response, refusal->status, refusal->reason);
-        return httplib::Server::HandlerResponse::Handled;
+        return guardRequest(m_host, m_port, request, response);
     });
+    server.Get(R"(/(|index\.html|app\.js|style\.css))", handlePage);
+    server.Post(R"(/api/key/([^/]+))", bound(&ControlServer::handleKey));
+    server.Post("/api/text", bound(&ControlServer::handleText));
+    server.Get("/api/widgets", bound(&ControlServer::handleWidgets));
+    server.Get("/api/screen.png", bound(&ControlServer::handleScreenPng));
+    server.Get("/api/lcd", bound(&ControlServer::handleLcd));
+    server.Get("/api/lcd.png", bound(&ControlServer::handleLcdPng));
+    server.Post("/api/settle", bound(&ControlServer::handleSettle));
+    server.Post("/api/plugin/start", bound(&ControlServer::handlePluginStart));
+    server.Get("/api/log", handleLog);
+    server.set_error_handler(handleMissing);
+}
 
-    server.Get(R"(/(|index\.html|app\.js|style\.css))",
-               [](const httplib::Request &request, httplib::Response &response) {
-                   const WebAsset *asset = findWebAsset(request.path);
-                   if (asset == nullptr) {
-                       replyError(response, 404, "no such page");
-                       return;
-                   }
-                   response.set_header("Cache-Control", "no-cache");
-                   response.set_content(reinterpret_cast<const char *>(asset->data), asset->size, asset->contentType);
-               });
+void ControlServer::handleKey(const httplib::Request &request, httplib::Response &response)
+{
+    const std::string key = request.matches[1];
+    const auto known = m_gui.call<bool>([key] { return isRemoteKey(key); });
+    if (!known)
+        return replyBusy(response);
+    if (!*known)
+        return replyError(response, 404, "no remote-control key is called \"" + key + "\"");
+    const auto press = m_gui.press([key] { return pressRemoteKey(key); });
+    if (!press)
+        return replyBusy(response);
+    JsonWriter json;
+    json.beginObject();
+    json.key("key").value(key);
+    json.key("used").value(press->used);
+    json.key("modal").value(!press->finished);
+    json.endObject();
+    replyJson(response, json.str());
+}
 
-    server.Post(R"(/api/key/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
-        const std::string key = request.matches[1];
-        const auto known = m_gui.call<bool>([key] { return isRemoteKey(key); });
-        if (!known)
-            return replyBusy(response);
-        if (!*known)
-            return replyError(response, 404, "no remote-control key is called \"" + key + "\"");
-        const auto press = m_gui.press([key] { return pressRemoteKey(key); });
-        if (!press)
-            return replyBusy(response);
-        JsonWriter json;
-        json.beginObject();
-        json.key("key").value(key);
-        json.key("used").value(press->used);
-        json.key("modal").value(!press->finished);
-        json.endObject();
-        replyJson(response, json.str());
+void ControlServer::handleText(const httplib::Request &request, httplib::Response &response)
+{
+    const std::u32string characters = boxtext::decodeUtf8(request.body);
+    const auto typed = m_gui.press([characters] {
+        bool used = false;
+        for (const char32_t character : characters)
+            used = typeCharacter(character) || used;
+        return used;
     });
+    if (!typed)
+        return replyBusy(response);
+    JsonWriter json;
+    json.beginObject();
+    json.key("characters").value(static_cast<long long>(characters.size()));
+    json.key("used").value(typed->used);
+    json.key("modal").value(!typed->finished);
+    json.endObject();
+    replyJson(response, json.str());
+}
 
-    server.Post("/api/text", [this](const httplib::Request &request, httplib::Response &response) {
-        const std::u32string characters = boxtext::decodeUtf8(request.body);
-        const auto typed = m_gui.press([characters] {
-            bool used = false;
-            for (const char32_t character : characters)
-                used = typeCharacter(character) || used;
-            return used;
+void ControlServer::handleWidgets(const httplib::Request &, httplib::Response &response)
+{
+    const auto widgets = m_gui.call<std::string>([] { return eScreen::osd().describe(); });
+    if (!widgets)
+        return replyBusy(response);
+    replyJson(response, *widgets);
+}
+
+void ControlServer::handleScreenPng(const httplib::Request &, httplib::Response &response)
+{
+    replyComposed(response, &ScreenComposer::composeScreen);
+}
+
+void ControlServer::handleLcd(const httplib::Request &, httplib::Response &response)
+{
+    const auto lcd = m_gui.call<std::string>([] { return eZapLCD::getInstance()->describe(); });
+    if (!lcd)
+        return replyBusy(response);
+    replyJson(response, *lcd);
+}
+
+void ControlServer::handleLcdPng(const httplib::Request &, httplib::Response &response)
+{
+    replyComposed(response, &ScreenComposer::composeLcd);
+}
+
+void ControlServer::replyComposed(httplib::Response &response, const gPixmap &(ScreenComposer::*compose)())
+{
+    ScreenComposer *composer = m_composer;
+    const auto picture = m_gui.call<std::shared_ptr<gPixmap>>(
+        [composer, compose] { return std::shared_ptr<gPixmap>((composer->*compose)().clone()); });
+    if (!picture)
+        return replyBusy(response);
+    replyPng(response, *picture);
+}
+
+void ControlServer::handleSettle(const httplib::Request &request, httplib::Response &response)
+{
+    const long long ms = numberParameter(request, "ms", settleDefault.count());
+    if (ms < 0)
+        return replyError(response, 400, "ms must be a number of milliseconds");
+    const auto started = std::chrono::steady_clock::now();
+    SettleWatch watch;
+    pollGui<SettleState>(m_gui, std::min(std::chrono::milliseconds(ms), settleMost), settleProbeLeast,
+                         currentSettleState,
+                         [&watch](const std::optional<SettleState> &state) { return watch.see(state); });
+    const auto waited =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
+    JsonWriter json;
+    json.beginObject();
+    json.key("settled").value(watch.settled());
+    json.key("reason").value(watch.settled() ? "idle" : watch.answered ? "timeout" : "gui-busy");
+    json.key("waitedMs").value(static_cast<long long>(waited.count()));
+    json.key("activeTransfers").value(watch.last.activeTransfers);
+    json.key("damagePending").value(watch.last.damagePending);
+    json.key("loopBusy").value(watch.last.loopBusy);
+    json.endObject();
+    replyJson(response, json.str());
+}
+
+void ControlServer::handlePluginStart(const httplib::Request &, httplib::Response &response)
+{
+    PluginMenu *menu = m_menu;
+    const auto plan = m_gui.call<StartPlan>([menu] { return planStart(*menu); });
+    if (!plan)
+        return replyBusy(response);
+    if (plan->outcome == StartPlan::missing)
+        return replyError(response, 404, "plug-in not found: " + plan->path);
+    if (plan->outcome == StartPlan::busy)
+        return replyError(response, 409, "the plug-in runs already");
+
+    // Answers once the plug-in shows its window (or has already ended). A
+    // start that keeps the GUI busy may use the whole limit for one probe.
+    const std::uint64_t before = plan->runsBefore;
+    std::optional<StartProgress> progress;
+    pollGui<StartProgress>(
+        m_gui, startLimit, startLimit, [menu, before] { return startProgress(*menu, before); },
+        [&progress](const std::optional<StartProgress> &answer) {
+            progress = answer;
+            return answer && answer->shown();
         });
-        if (!typed)
-            return replyBusy(response);
-        JsonWriter json;
-        json.beginObject();
-        json.key("characters").value(static_cast<long long>(characters.size()));
-        json.key("used").value(typed->used);
-        json.key("modal").value(!typed->finished);
-        json.endObject();
-        replyJson(response, json.str());
-    });
-
-    server.Get("/api/widgets", [this](const httplib::Request &, httplib::Response &response) {
-        const auto widgets = m_gui.call<std::string>([] { return eScreen::osd().describe(); });
-        if (!widgets)
-            return replyBusy(response);
-        replyJson(response, *widgets);
-    });
-
-    server.Get("/api/screen.png", [this](const httplib::Request &, httplib::Response &response) {
-        ScreenComposer *composer = m_composer;
-        const auto picture = m_gui.call<std::shared_ptr<gPixmap>>(
-            [composer] { return std::shared_ptr<gPixmap>(composer->composeScreen().clone()); });
-        if (!picture)
-            return replyBusy(response);
-        replyPng(response, *picture);
-    });
-
-    server.Get("/api/lcd", [this](const httplib::Request &, httplib::Response &response) {
-        const auto lcd = m_gui.call<std::string>([] { return eZapLCD::getInstance()->describe(); });
-        if (!lcd)
-            return replyBusy(response);
-        replyJson(response, *lcd);
-    });
-
-    server.Get("/api/lcd.png", [this](const httplib::Request &, httplib::Response &response) {
-        ScreenComposer *composer = m_composer;
-        const auto picture = m_gui.call<std::shared_ptr<gPixmap>>(
-            [composer] { return std::shared_ptr<gPixmap>(composer->composeLcd().clone()); });
-        if (!picture)
-            return replyBusy(response);
-        replyPng(response, *picture);
-    });
-
-    server.Post("/api/settle", [this](const httplib::Request &request, httplib::Response &response) {
-        const long long ms = numberParameter(request, "ms", settleDefault.count());
-        if (ms < 0)
-            return replyError(response, 400, "ms must be a number of milliseconds");
-        const auto limit = std::min(std::chrono::milliseconds(ms), settleMost);
-        const auto started = std::chrono::steady_clock::now();
-        const auto deadline = started + limit;
-        SettleState last;
-        bool answered = false;
-        int settledInARow = 0;
-        // Settled twice in a row, a few milliseconds apart, counts as settled.
-        while (settledInARow < 2) {
-            // Rounded up: a wait that gives up never gives up before its time.
-            const auto now = std::chrono::steady_clock::now();
-            if (now >= deadline || m_gui.closing())
-                break;
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now);
-            const auto state = m_gui.call<SettleState>(currentSettleState, std::max(left, 50ms));
-            if (state) {
-                last = *state;
-                answered = true;
-                settledInARow = state->settled() ? settledInARow + 1 : 0;
-            }
-            if (settledInARow < 2)
-                std::this_thread::sleep_for(10ms);
-        }
-        const auto waited =
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
-        JsonWriter json;
-        json.beginObject();
-        json.key("settled").value(settledInARow >= 2);
-        json.key("reason").value(settledInARow >= 2 ? "idle" : answered ? "timeout" : "gui-busy");
-        json.key("waitedMs").value(static_cast<long long>(waited.count()));
-        json.key("activeTransfers").value(last.activeTransfers);
-        json.key("damagePending").value(last.damagePending);
-        json.key("loopBusy").value(last.loopBusy);
-        json.endObject();
-        replyJson(response, json.str());
-    });
-
-    server.Post("/api/plugin/start", [this](const httplib::Request &, httplib::Response &response) {
-        PluginMenu *menu = m_menu;
-        const auto plan = m_gui.call<StartPlan>([menu] {
-            StartPlan result;
-            result.path = menu->pluginPath();
-            result.runsBefore = menu->runsBegun();
-            if (!menu->pluginAvailable())
-                result.outcome = StartPlan::missing;
-            else
-                result.outcome = menu->requestStart() ? StartPlan::planned : StartPlan::busy;
-            return result;
-        });
-        if (!plan)
-            return replyBusy(response);
-        if (plan->outcome == StartPlan::missing)
-            return replyError(response, 404, "plug-in not found: " + plan->path);
-        if (plan->outcome == StartPlan::busy)
-            return replyError(response, 409, "the plug-in runs already");
-
-        // Answers once the plug-in shows its window (or has already ended).
-        const std::uint64_t before = plan->runsBefore;
-        const auto deadline = std::chrono::steady_clock::now() + startLimit;
-        std::optional<StartProgress> progress;
-        while (std::chrono::steady_clock::now() < deadline && !m_gui.closing()) {
-            progress = m_gui.call<StartProgress>([menu, before] {
-                StartProgress result;
-                result.begun = menu->runsBegun() > before;
-                result.ended = menu->runsEnded() > before;
-                const eWidget *top = eScreen::osd().activeWindow();
-                if (result.begun && top != nullptr && top != menu->window())
-                    result.window = top->getText();
-                return result;
-            });
-            if (progress && progress->begun && (progress->ended || !progress->window.empty()))
-                break;
-            std::this_thread::sleep_for(10ms);
-        }
-        if (!progress || !progress->begun)
-            return replyBusy(response);
-        JsonWriter json;
-        json.beginObject();
-        json.key("started").value(true);
-        json.key("running").value(!progress->ended);
-        json.key("window").value(progress->window);
-        json.endObject();
-        replyJson(response, json.str(), progress->ended || !progress->window.empty() ? 200 : 202);
-    });
-
-    server.Get("/api/log", [](const httplib::Request &request, httplib::Response &response) {
-        const long long since = numberParameter(request, "since", 0);
-        if (since < 0)
-            return replyError(response, 400, "since must be a line number");
-        JsonWriter json;
-        json.beginObject();
-        json.key("last").value(static_cast<long long>(boxlog::lastSequence()));
-        json.key("lines").beginArray();
-        for (const boxlog::Line &line : boxlog::linesSince(static_cast<std::uint64_t>(since))) {
-            json.beginObject();
-            json.key("sequence").value(static_cast<long long>(line.sequence));
-            json.key("level").value(levelName(line.level));
-            json.key("text").value(line.text);
-            json.endObject();
-        }
-        json.endArray().endObject();
-        replyJson(response, json.str());
-    });
-
-    server.set_error_handler([](const httplib::Request &request, httplib::Response &response) {
-        if (response.status == 404 && response.body.empty())
-            replyError(response, 404, "nothing at " + request.path);
-    });
+    if (!progress || !progress->begun)
+        return replyBusy(response);
+    JsonWriter json;
+    json.beginObject();
+    json.key("started").value(true);
+    json.key("running").value(!progress->ended);
+    json.key("window").value(progress->window);
+    json.endObject();
+    replyJson(response, json.str(), progress->shown() ? 200 : 202);
 }
 
 } // namespace emulator

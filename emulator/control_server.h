@@ -11,8 +11,12 @@
 #include <thread>
 
 namespace httplib {
+struct Request;
+struct Response;
 class Server;
-}
+} // namespace httplib
+
+class gPixmap;
 
 namespace emulator {
 
@@ -41,6 +45,20 @@ public:
 
 private:
     void addRoutes();
+
+    // One handler a route; each answers on the server's thread and reaches
+    // the GUI through the bridge only.
+    void handleKey(const httplib::Request &request, httplib::Response &response);
+    void handleText(const httplib::Request &request, httplib::Response &response);
+    void handleWidgets(const httplib::Request &request, httplib::Response &response);
+    void handleScreenPng(const httplib::Request &request, httplib::Response &response);
+    void handleLcd(const httplib::Request &request, httplib::Response &response);
+    void handleLcdPng(const httplib::Request &request, httplib::Response &response);
+    void handleSettle(const httplib::Request &request, httplib::Response &response);
+    void handlePluginStart(const httplib::Request &request, httplib::Response &response);
+
+    // A PNG of what `compose` paints on the GUI thread.
+    void replyComposed(httplib::Response &response, const gPixmap &(ScreenComposer::*compose)());
 
     GuiBridge &m_gui;
     ScreenComposer *m_composer = nullptr;
