@@ -139,6 +139,17 @@ void pollGui(GuiBridge &gui, std::chrono::milliseconds limit, std::chrono::milli
     }
 }
 
+// HTTP/1.1 gives a request with neither Content-Length nor Transfer-Encoding
+// an empty body, but httplib 0.11 reads a POST's body until the client closes
+// and answers 400 after its 5 s read timeout: `curl -X POST URL` hung. httplib
+// reads the body only after the pre-routing handler, and hands that handler
+// its own request (not a const one), so saying the length there is enough.
+void declareEmptyBodyWhenUnframed(const httplib::Request &request)
+{
+    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding"))
+        const_cast<httplib::Request &>(request).set_header("Content-Length", "0");
+}
+
 httplib::Server::HandlerResponse guardRequest(const std::string &listenHost, int listenPort,
                                               const httplib::Request &request, httplib::Response &response)
 {
@@ -324,6 +335,7 @@ void ControlServer::addRoutes()
     httplib::Server &server = *m_server;
     server.set_payload_max_length(largestBody);
     server.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
+        declareEmptyBodyWhenUnframed(request);
         return guardRequest(m_host, m_port, request, response);
     });
     server.Get(R"(/(|index\.html|app\.js|style\.css))", handlePage);
