@@ -5,21 +5,17 @@
 // starts when no --directory is given and stops (SIGTERM, then waits) when it
 // ends. The child is also told to stop should the emulator die unexpectedly.
 
+#include "system/child_process.h"
+
 #include <chrono>
 #include <string>
 #include <sys/types.h>
-#include <thread>
 
 namespace emulator {
 
 class StationServerChild
 {
 public:
-    StationServerChild() = default;
-    ~StationServerChild();
-    StationServerChild(const StationServerChild &) = delete;
-    StationServerChild &operator=(const StationServerChild &) = delete;
-
     // Starts `binary` listening on `listen` ("127.0.0.1:8150"), its access log
     // and complaints going to `logFile`, and waits for the line that says it
     // is ready. False with the reason in `error` when it does not start.
@@ -27,21 +23,15 @@ public:
 
     // "http://127.0.0.1:PORT", as the server announced it.
     const std::string &url() const { return m_url; }
-    pid_t pid() const { return m_pid; }
-    bool running() const { return m_pid > 0; }
+    pid_t pid() const { return m_process.pid(); }
+    bool running() const { return m_process.running(); }
 
     // SIGTERM, then waits; SIGKILL when it has not ended after `grace`.
-    void stop(std::chrono::milliseconds grace = std::chrono::seconds(3));
+    void stop(std::chrono::milliseconds grace = std::chrono::seconds(3)) { m_process.stop(grace); }
 
 private:
-    // Reads what the server still prints until it closes its output.
-    void drainOutput();
-    bool reap(std::chrono::milliseconds limit);
-
-    pid_t m_pid = -1;
-    int m_output = -1; // the read end of the server's stdout
+    boxhost::ChildProcess m_process;
     std::string m_url;
-    std::thread m_drain;
 };
 
 } // namespace emulator

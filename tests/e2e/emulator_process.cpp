@@ -6,21 +6,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <fcntl.h>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <poll.h>
-#include <spawn.h>
 #include <sstream>
 #include <stdexcept>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
-
-extern char **environ;
 
 namespace {
 
@@ -28,88 +19,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto startLimit = std::chrono::seconds(20);
 constexpr std::string_view readyMessage = "box-emulator: listening on http://";
-
-struct Spawned
-{
-    pid_t pid = -1;
-    int output = -1;
-};
-
-Spawned spawnEmulator(const std::vector<std::string> &arguments, const std::string &errorFile)
-{
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0)
-        throw std::runtime_error("cannot create a pipe for box-emulator");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-
-    std::vector<std::string> all{emulatorBinary()};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    std::vector<char *> argv;
-    for (std::string &argument : all)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    Spawned spawned;
-    const int failed = posix_spawn(&spawned.pid, all[0].c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(ends[1]);
-    if (failed != 0) {
-        ::close(ends[0]);
-        throw std::runtime_error("cannot start " + all[0] + ": " + std::strerror(failed));
-    }
-    spawned.output = ends[0];
-    return spawned;
-}
-
-std::optional<int> reap(pid_t pid, std::chrono::milliseconds limit)
-{
-    const auto deadline = Clock::now() + limit;
-    for (;;) {
-        int status = 0;
-        const pid_t done = ::waitpid(pid, &status, WNOHANG);
-        if (done == pid)
-            return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        if (done < 0)
-            return -1;
-        if (Clock::now() >= deadline)
-            return std::nullopt;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-}
-
-int stopProcess(pid_t pid, std::chrono::milliseconds limit)
-{
-    ::kill(pid, SIGTERM);
-    if (const auto status = reap(pid, limit))
-        return *status;
-    ::kill(pid, SIGKILL);
-    reap(pid, std::chrono::seconds(5));
-    return -1;
-}
-
-// Reads from `fd` until `limit` or end of file; appends to `text`. Stops early
-// once `until` appears (when it is not empty).
-void readFor(int fd, std::string &text, std::chrono::milliseconds limit, std::string_view until = {})
-{
-    const auto deadline = Clock::now() + limit;
-    while (until.empty() || text.find(until) == std::string::npos) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0)
-            return;
-        pollfd watch{fd, POLLIN, 0};
-        if (::poll(&watch, 1, static_cast<int>(left.count())) <= 0)
-            continue;
-        char buffer[1024];
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got <= 0)
-            return;
-        text.append(buffer, static_cast<std::size_t>(got));
-    }
-}
 
 std::string fileText(const std::string &path)
 {
@@ -148,7 +57,6 @@ std::string noEntryPluginPath()
 }
 
 EmulatorProcess::EmulatorProcess(std::vector<std::string> arguments, const BoxContents &contents)
-    : m_errorFile((m_root.path().parent_path() / (m_root.path().filename().string() + ".emulator.log")).string())
 {
     if (!contents.settings.empty()) {
         // The configuration store's own file format, keys in byte order.
@@ -164,19 +72,16 @@ EmulatorProcess::EmulatorProcess(std::vector<std::string> arguments, const BoxCo
     std::vector<std::string> all = {"--headless", "--root", (m_root.path() / "box").string(), "--listen",
                                     "127.0.0.1:0"};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    const Spawned spawned = spawnEmulator(all, m_errorFile);
-    m_pid = spawned.pid;
-    m_output = spawned.output;
-
-    std::string received;
-    readFor(m_output, received, startLimit, "\n");
-    const std::size_t at = received.find(readyMessage);
-    if (at == std::string::npos) {
+    m_emulator = startProgram(emulatorBinary(), all);
+    const boxhost::ChildLine ready = m_emulator.waitForLine(readyMessage, startLimit);
+    if (!ready.found()) {
         stop(std::chrono::seconds(2));
-        throw std::runtime_error("box-emulator did not start: " + received + errors());
+        throw std::runtime_error("box-emulator did not start: " + ready.before + errors());
     }
-    const std::size_t colon = received.find(':', at + readyMessage.size());
-    m_port = std::atoi(received.c_str() + colon + 1);
+    const std::size_t colon = ready.line.find(':', readyMessage.size());
+    m_port = colon == std::string::npos ? 0 : std::atoi(ready.line.c_str() + colon + 1);
+    // What it prints later is read and dropped, so that it never blocks on a full pipe.
+    m_emulator.discardOutput();
 }
 
 std::string EmulatorProcess::boxFile(const std::string &boxPath) const
@@ -190,37 +95,26 @@ EmulatorProcess::~EmulatorProcess()
     // A finding of the sanitizers fails the test that started the emulator.
     if (const std::string report = sanitizerReport(errors()); !report.empty())
         ADD_FAILURE() << "box-emulator had a sanitizer finding:\n" << report;
-    std::error_code ignored;
-    std::filesystem::remove(m_errorFile, ignored);
 }
 
 int EmulatorProcess::stop(std::chrono::milliseconds limit)
 {
-    int status = -1;
-    if (m_pid > 0) {
-        status = stopProcess(m_pid, limit);
-        m_pid = -1;
-    }
-    if (m_output >= 0) {
-        ::close(m_output);
-        m_output = -1;
-    }
-    return status;
+    return exitStatusOf(m_emulator.stop(limit));
 }
 
 std::optional<int> EmulatorProcess::waitForExit(std::chrono::milliseconds limit)
 {
-    if (m_pid <= 0)
+    if (!m_emulator.running())
         return std::nullopt;
-    const auto status = reap(m_pid, limit);
-    if (status)
-        m_pid = -1;
-    return status;
+    const std::optional<boxhost::ChildExit> end = m_emulator.waitForExit(limit);
+    if (!end)
+        return std::nullopt;
+    return exitStatusOf(*end);
 }
 
 std::string EmulatorProcess::errors() const
 {
-    return fileText(m_errorFile);
+    return m_emulator.errors();
 }
 
 HttpReply EmulatorProcess::get(const std::string &path) const
@@ -256,19 +150,10 @@ bool EmulatorProcess::waitForBody(const std::string &path, const std::string &te
 
 EmulatorExit runEmulatorToExit(const std::vector<std::string> &arguments, std::chrono::milliseconds limit)
 {
-    TempDir scratch;
-    const std::string errorFile = (scratch.path() / "stderr").string();
-    const Spawned spawned = spawnEmulator(arguments, errorFile);
-    EmulatorExit result;
-    readFor(spawned.output, result.output, limit);
-    ::close(spawned.output);
-    if (const auto status = reap(spawned.pid, std::chrono::seconds(1))) {
-        result.status = *status;
-    } else {
-        stopProcess(spawned.pid, std::chrono::seconds(1));
-        result.status = -1;
-    }
-    result.errors = fileText(errorFile);
+    // One that goes on after closing its stdout has a second to end, and a
+    // second after SIGTERM.
+    EmulatorExit result =
+        runProgramToExit(emulatorBinary(), arguments, limit, std::chrono::seconds(1), std::chrono::seconds(1));
     if (const std::string report = sanitizerReport(result.errors); !report.empty())
         ADD_FAILURE() << "box-emulator had a sanitizer finding:\n" << report;
     return result;

@@ -7,7 +7,9 @@
 // test leaves a process behind. Throws std::runtime_error when it does not
 // start.
 
+#include "support/program_run.h"
 #include "support/temp_dir.h"
+#include "system/child_process.h"
 
 #include <chrono>
 #include <map>
@@ -52,7 +54,7 @@ public:
     EmulatorProcess &operator=(const EmulatorProcess &) = delete;
 
     int port() const { return m_port; }
-    pid_t pid() const { return m_pid; }
+    pid_t pid() const { return m_emulator.pid(); }
     const TempDir &root() const { return m_root; }
     // Where a box path ("/var/tuxbox/config/genrelist.xml") lies on this PC.
     std::string boxFile(const std::string &boxPath) const;
@@ -80,18 +82,13 @@ public:
 
 private:
     TempDir m_root;
-    std::string m_errorFile;
-    pid_t m_pid = -1;
-    int m_output = -1;
+    boxhost::ChildProcess m_emulator;
     int m_port = 0;
 };
 
-struct EmulatorExit
-{
-    int status = -1; // -1: had to be killed after the limit
-    std::string output;
-    std::string errors;
-};
+// How a run of box-emulator that ends by itself went; the status is -1 when
+// it had to be killed after the limit.
+using EmulatorExit = ProgramExit;
 
 // Runs box-emulator with exactly `arguments` until it ends by itself.
 EmulatorExit runEmulatorToExit(const std::vector<std::string> &arguments,

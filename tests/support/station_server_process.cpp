@@ -4,24 +4,15 @@
 
 #include <arpa/inet.h>
 #include <cctype>
-#include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <optional>
-#include <poll.h>
-#include <spawn.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-
-extern char **environ;
 
 namespace {
 
@@ -29,76 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds startLimit(30);
 constexpr std::string_view readyMessage = "station-server: listening on http://";
-
-struct SpawnedServer
-{
-    pid_t pid = -1;
-    int output = -1;
-};
-
-// Starts the program with stdout on a pipe and stderr into `errorFile`.
-SpawnedServer spawnServer(const std::vector<std::string> &arguments, const std::string &errorFile)
-{
-    int pipeEnds[2];
-    if (pipe2(pipeEnds, O_CLOEXEC) != 0)
-        throw std::runtime_error("cannot create a pipe for station-server");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-
-    const std::string program = StationServerProcess::binaryPath();
-    std::vector<std::string> all{program};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    std::vector<char *> argv;
-    for (std::string &argument : all)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    SpawnedServer spawned;
-    const int failed = posix_spawn(&spawned.pid, program.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-    if (failed != 0) {
-        close(pipeEnds[0]);
-        throw std::runtime_error("cannot start " + program + ": " + std::strerror(failed));
-    }
-    spawned.output = pipeEnds[0];
-    return spawned;
-}
-
-// Waits for the process to end within `limit`; its status as described for
-// stop(), or nullopt when it still runs.
-std::optional<int> reap(pid_t pid, std::chrono::milliseconds limit)
-{
-    const auto deadline = Clock::now() + limit;
-    for (;;) {
-        int status = 0;
-        const pid_t done = waitpid(pid, &status, WNOHANG);
-        if (done == pid) {
-            if (WIFEXITED(status))
-                return WEXITSTATUS(status);
-            if (WIFSIGNALED(status))
-                return 128 + WTERMSIG(status);
-            return -1;
-        }
-        if (done < 0 && errno != EINTR)
-            return -1;
-        if (Clock::now() > deadline)
-            return std::nullopt;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
-
-int killAndReap(pid_t pid, std::chrono::milliseconds limit)
-{
-    if (const auto status = reap(pid, limit))
-        return *status;
-    kill(pid, SIGKILL);
-    reap(pid, std::chrono::seconds(10));
-    return -1;
-}
 
 std::string readAll(int fd)
 {
@@ -126,24 +47,16 @@ StationServerProcess::StationServerProcess(std::vector<std::string> arguments)
         arguments.insert(arguments.begin(), "127.0.0.1:0");
         arguments.insert(arguments.begin(), "--listen");
     }
-    const SpawnedServer spawned = spawnServer(arguments, directory_.file("server.log").string());
-    pid_ = spawned.pid;
-    output_ = spawned.output;
-    try {
-        waitUntilListening(startLimit);
-    } catch (...) {
-        stop();
-        close(output_);
-        throw;
-    }
+    server_ = startProgram(binaryPath(), arguments);
+    waitUntilListening(startLimit);
+    // What it prints later is read and dropped, so that it never blocks on a full pipe.
+    server_.discardOutput();
 }
 
 StationServerProcess::~StationServerProcess()
 {
     if (running())
         stop();
-    if (output_ >= 0)
-        close(output_);
     // A finding of the sanitizers in the server fails the test (or benchmark)
     // that started it; this support code serves programs without GoogleTest too.
     if (const std::string report = sanitizerReport(log()); !report.empty()) {
@@ -154,36 +67,21 @@ StationServerProcess::~StationServerProcess()
 
 void StationServerProcess::waitUntilListening(std::chrono::milliseconds limit)
 {
-    const auto deadline = Clock::now() + limit;
-    std::string seen;
-    for (;;) {
-        const std::size_t lineEnd = seen.find('\n');
-        if (lineEnd != std::string::npos) {
-            const std::string line = seen.substr(0, lineEnd);
-            const std::size_t at = line.find(readyMessage);
-            const std::size_t colon = line.rfind(':');
-            if (at == std::string::npos || colon == std::string::npos)
-                throw std::runtime_error("station-server said \"" + line + "\" instead of where it listens");
-            host_ = line.substr(at + readyMessage.size(), colon - at - readyMessage.size());
-            port_ = std::stoi(line.substr(colon + 1));
-            return;
-        }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0)
-            throw std::runtime_error("station-server did not start listening in time; its log:\n" + log());
-        pollfd watched{output_, POLLIN, 0};
-        if (poll(&watched, 1, static_cast<int>(left.count())) <= 0)
-            continue;
-        char chunk[512];
-        const ssize_t got = read(output_, chunk, sizeof(chunk));
-        if (got <= 0) {
-            // Give the messages a moment to reach the log file.
-            reap(pid_, std::chrono::seconds(5));
-            pid_ = -1;
-            throw std::runtime_error("station-server ended before listening; its log:\n" + log());
-        }
-        seen.append(chunk, static_cast<std::size_t>(got));
+    const boxhost::ChildLine ready = server_.waitForLine(readyMessage, limit);
+    const std::string said = ready.before.empty() ? "" : "; it said:\n" + ready.before;
+    if (ready.outcome == boxhost::ChildLine::Outcome::timedOut)
+        throw std::runtime_error("station-server did not start listening in time" + said + "; its log:\n" + log());
+    if (!ready.found()) {
+        // Give the messages a moment to reach the log.
+        server_.waitForExit(std::chrono::seconds(5));
+        throw std::runtime_error("station-server ended before listening" + said + "; its log:\n" + log());
     }
+    const std::string &line = ready.line;
+    const std::size_t colon = line.rfind(':');
+    if (colon == std::string::npos || colon < readyMessage.size())
+        throw std::runtime_error("station-server said \"" + line + "\" instead of where it listens");
+    host_ = line.substr(readyMessage.size(), colon - readyMessage.size());
+    port_ = std::stoi(line.substr(colon + 1));
 }
 
 std::string StationServerProcess::baseUrl() const
@@ -230,15 +128,12 @@ int StationServerProcess::stop(std::chrono::milliseconds limit)
 {
     if (!running())
         return -1;
-    kill(pid_, SIGTERM);
-    const int status = killAndReap(pid_, limit);
-    pid_ = -1;
-    return status;
+    return exitStatusOf(server_.stop(limit));
 }
 
 std::string StationServerProcess::log() const
 {
-    return readFile(directory_.path() / "server.log");
+    return server_.errors();
 }
 
 bool StationServerProcess::waitForLog(const std::string &text, std::chrono::milliseconds limit) const
@@ -254,29 +149,9 @@ bool StationServerProcess::waitForLog(const std::string &text, std::chrono::mill
 
 StationServerExit runStationServerToExit(const std::vector<std::string> &arguments, std::chrono::milliseconds limit)
 {
-    TempDir directory;
-    const std::string errorFile = directory.file("errors.txt").string();
-    const SpawnedServer spawned = spawnServer(arguments, errorFile);
-    // Reading to the end also ends when the program ends.
-    pollfd watched{spawned.output, POLLIN, 0};
-    StationServerExit outcome;
-    const auto deadline = Clock::now() + limit;
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0 || poll(&watched, 1, static_cast<int>(left.count())) <= 0)
-            break;
-        char chunk[4096];
-        const ssize_t got = read(spawned.output, chunk, sizeof(chunk));
-        if (got <= 0)
-            break;
-        outcome.output.append(chunk, static_cast<std::size_t>(got));
-    }
-    close(spawned.output);
-    // Its stdout closed because it ended, or the time is up: a program still
-    // running after that is killed.
-    outcome.status = killAndReap(spawned.pid, std::chrono::seconds(5));
-    outcome.errors = readFile(errorFile);
-    return outcome;
+    // One that goes on after closing its stdout has 5 s to end, then is killed.
+    return runProgramToExit(StationServerProcess::binaryPath(), arguments, limit, std::chrono::seconds(5),
+                            std::chrono::milliseconds(0));
 }
 
 int plainHttpRequest(int port, const std::string &method, const std::string &target)

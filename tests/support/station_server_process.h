@@ -1,7 +1,8 @@
 #ifndef TARNWAVE_TESTS_SUPPORT_STATION_SERVER_PROCESS_H
 #define TARNWAVE_TESTS_SUPPORT_STATION_SERVER_PROCESS_H
 
-#include "support/temp_dir.h"
+#include "support/program_run.h"
+#include "system/child_process.h"
 
 #include <chrono>
 #include <optional>
@@ -11,7 +12,7 @@
 
 // The built station-server, running for one test: started on a free loopback
 // port ("--listen 127.0.0.1:0" unless the arguments say otherwise) with its
-// access log and messages in a temporary directory; the constructor returns
+// access log and messages kept for log(); the constructor returns
 // once it listens, and the destructor stops it with SIGTERM and reaps it.
 // Throws std::runtime_error (with the server's own words) when it does not
 // start.
@@ -27,7 +28,7 @@ public:
     int port() const { return port_; }
     // "http://127.0.0.1:PORT", no slash at the end.
     std::string baseUrl() const;
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return server_.pid(); }
 
     // Spoils the requests for `path` (exact, or a prefix ending in "*") with
     // the fault `kind` (see station-server --help), for `times` requests or,
@@ -41,7 +42,7 @@ public:
     // Sends SIGTERM and waits for the exit: the exit status, 128 + the signal
     // when a signal ended it, or -1 when it had to be killed after `limit`.
     int stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
-    bool running() const { return pid_ > 0; }
+    bool running() const { return server_.running(); }
     // Everything the server wrote to stderr (its messages and access log).
     std::string log() const;
     // Waits until the log holds `text` (a stream's access log line, for
@@ -67,21 +68,15 @@ public:
 private:
     void waitUntilListening(std::chrono::milliseconds limit);
 
-    TempDir directory_;
+    boxhost::ChildProcess server_;
     std::string host_ = "127.0.0.1";
     int port_ = 0;
-    pid_t pid_ = -1;
-    int output_ = -1; // the read end of the server's stdout
 };
 
 // The outcome of a station-server run that is expected to end by itself (bad
-// arguments, a busy port, a broken catalogue, --help).
-struct StationServerExit
-{
-    int status = -1; // exit status; -1 when it had to be killed after `limit`
-    std::string output;
-    std::string errors;
-};
+// arguments, a busy port, a broken catalogue, --help); the status is -1 when
+// it had to be killed after `limit`.
+using StationServerExit = ProgramExit;
 
 StationServerExit runStationServerToExit(const std::vector<std::string> &arguments,
                                          std::chrono::milliseconds limit = std::chrono::seconds(10));
