@@ -40,11 +40,11 @@ std::string escapeAttribute(std::string_view text)
     return escaped;
 }
 
-std::string genreListXml(const Catalogue &catalogue)
+std::string genreListXml(const std::vector<std::string> &genres)
 {
     std::string out(declaration);
     out += "<genrelist>\n";
-    for (const std::string &genre : catalogue.genres()) {
+    for (const std::string &genre : genres) {
         out += "<genre";
         appendAttribute(out, "name", genre);
         out += "/>\n";
@@ -53,27 +53,53 @@ std::string genreListXml(const Catalogue &catalogue)
     return out;
 }
 
-std::string stationListXml(const std::vector<const Station *> &stations, const TitleSchedule &titles,
-                           TitleSchedule::Clock::time_point when)
+std::string stationListXml(const std::vector<DirectoryEntry> &entries)
 {
     std::string out(declaration);
-    out.reserve(declaration.size() + 64 + stations.size() * 200);
+    out.reserve(declaration.size() + 64 + entries.size() * 200);
     out += "<stationlist>\n<tunein";
     appendAttribute(out, "base", tuneInPath);
     out += "/>\n";
-    for (const Station *station : stations) {
+    for (const DirectoryEntry &entry : entries) {
         out += "<station";
-        appendAttribute(out, "name", station->name);
-        appendAttribute(out, "mt", station->mediaType);
-        appendAttribute(out, "id", std::to_string(station->id));
-        appendAttribute(out, "br", station->bitrate);
-        appendAttribute(out, "genre", station->genre);
-        appendAttribute(out, "ct", titles.titleAt(*station, when));
-        appendAttribute(out, "lc", std::to_string(station->listeners));
+        appendAttribute(out, "name", entry.name);
+        appendAttribute(out, "mt", entry.mediaType);
+        appendAttribute(out, "id", entry.id);
+        appendAttribute(out, "br", entry.bitrate);
+        appendAttribute(out, "genre", entry.genre);
+        appendAttribute(out, "ct", entry.currentTitle);
+        appendAttribute(out, "lc", std::to_string(entry.listeners));
         out += "/>\n";
     }
     out += "</stationlist>\n";
     return out;
+}
+
+std::string genreListXml(const Catalogue &catalogue)
+{
+    return genreListXml(catalogue.genres());
+}
+
+DirectoryEntry directoryEntry(const Station &station, const TitleSchedule &titles,
+                              TitleSchedule::Clock::time_point when)
+{
+    return DirectoryEntry{.name = station.name,
+                          .mediaType = station.mediaType,
+                          .id = std::to_string(station.id),
+                          .bitrate = station.bitrate,
+                          .genre = station.genre,
+                          .currentTitle = titles.titleAt(station, when),
+                          .listeners = station.listeners};
+}
+
+std::string stationListXml(const std::vector<const Station *> &stations, const TitleSchedule &titles,
+                           TitleSchedule::Clock::time_point when)
+{
+    std::vector<DirectoryEntry> entries;
+    entries.reserve(stations.size());
+    for (const Station *station : stations)
+        entries.push_back(directoryEntry(*station, titles, when));
+    return stationListXml(entries);
 }
 
 } // namespace station

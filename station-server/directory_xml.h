@@ -4,6 +4,7 @@
 #include "catalogue.h"
 #include "title_schedule.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,12 +15,38 @@ namespace station {
 //   <genrelist><genre name="..."/>...</genrelist>
 //   <stationlist><tunein base="/sbin/tunein-station.pls"/>
 //     <station name mt id br genre ct lc/>...</stationlist>
+// One writer serves every source of stations (the catalogue, the gateway):
+// each source turns its stations into DirectoryEntry rows first.
 
 // The path that "tunein base" names, where a station's playlist is fetched.
 inline constexpr std::string_view tuneInPath = "/sbin/tunein-station.pls";
 
+// The most stations any one list holds.
+inline constexpr std::size_t longestStationList = 500;
+
+// One station as a station list shows it. The texts are raw; the writer
+// escapes them.
+struct DirectoryEntry
+{
+    std::string name;
+    std::string mediaType;
+    std::string id;
+    std::string bitrate;
+    std::string genre;
+    // "ct", the title playing now; empty where none is known.
+    std::string currentTitle;
+    // "lc": how many listen (or have listened); the lists' order.
+    long long listeners = 0;
+};
+
+std::string genreListXml(const std::vector<std::string> &genres);
+std::string stationListXml(const std::vector<DirectoryEntry> &entries);
+
+// The catalogue's genres, in catalogue order.
 std::string genreListXml(const Catalogue &catalogue);
-// "ct" is each station's title at `when`.
+// A catalogue station as a list shows it at `when`: "ct" is its title then.
+DirectoryEntry directoryEntry(const Station &station, const TitleSchedule &titles,
+                              TitleSchedule::Clock::time_point when);
 std::string stationListXml(const std::vector<const Station *> &stations, const TitleSchedule &titles,
                            TitleSchedule::Clock::time_point when);
 

@@ -33,18 +33,22 @@ std::string streamPath(const Station &station)
     return "/stream/" + std::to_string(station.id);
 }
 
-std::string tuneInPlaylist(const Station &station, std::string_view authority)
+std::string onePlaylist(std::string_view address, std::string_view title)
 {
     std::string out = "[playlist]\n";
     out += "numberofentries=1\n";
-    out += "File1=http://";
-    out += authority;
-    out += streamPath(station);
+    out += "File1=";
+    out += address;
     out += "\nTitle1=";
-    out += oneLine(station.name);
+    out += oneLine(title);
     out += "\nLength1=-1\n";
     out += "Version=2\n";
     return out;
+}
+
+std::string tuneInPlaylist(const Station &station, std::string_view authority)
+{
+    return onePlaylist("http://" + std::string(authority) + streamPath(station), station.name);
 }
 
 std::string withAddressQuery(std::string_view playlist, std::string_view query)

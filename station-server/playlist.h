@@ -11,6 +11,10 @@ namespace station {
 // The path of a station's stream: "/stream/<id>".
 std::string streamPath(const Station &station);
 
+// A PLS playlist of one entry: the stream `address` and its `title` (line
+// breaks in the title become blanks).
+std::string onePlaylist(std::string_view address, std::string_view title);
+
 // A station's tune-in playlist in PLS form, its one entry pointing at
 // http://<authority>/stream/<id>, where `authority` is the "host:port" the
 // client reached this server by.

@@ -2,6 +2,7 @@
 #define TARNWAVE_STATION_SERVER_STATION_SERVICE_H
 
 #include "catalogue.h"
+#include "directory_xml.h"
 #include "faults.h"
 #include "live_stream.h"
 #include "loop_cache.h"
@@ -10,12 +11,7 @@
 
 #include <httplib.h>
 
-#include <cstddef>
-
 namespace station {
-
-// The most stations any one list holds.
-inline constexpr std::size_t longestStationList = 500;
 
 // The server's requests (listed in --help): the directory, tune-in
 // playlists, live streams and the fault control endpoint. Every request except
