@@ -64,6 +64,23 @@ bool isUtf8(std::string_view text)
     return true;
 }
 
+std::string repairedUtf8(std::string_view text)
+{
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    std::string repaired;
+    repaired.reserve(text.size());
+    std::size_t position = 0;
+    while (position < text.size()) {
+        const std::size_t start = position;
+        const auto codePoint = nextCodePoint(text, position);
+        if (!codePoint || *codePoint == 0xFFFE || *codePoint == 0xFFFF)
+            repaired += replacement;
+        else
+            repaired += text.substr(start, position - start);
+    }
+    return repaired;
+}
+
 std::string latin1FromUtf8(std::string_view utf8)
 {
     std::string latin1;

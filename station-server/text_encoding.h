@@ -10,6 +10,12 @@ namespace station {
 // nothing beyond U+10FFFF).
 bool isUtf8(std::string_view text);
 
+// `text` as well-formed UTF-8 that XML can carry: each byte that is no part
+// of a well-formed sequence, and each U+FFFE and U+FFFF (which XML 1.0
+// excludes), becomes U+FFFD, the replacement character. Well-formed text is
+// returned unchanged.
+std::string repairedUtf8(std::string_view text);
+
 // `utf8` in ISO-8859-1, as many stations send their titles: one byte a
 // character; a character outside Latin-1, or a byte that is no part of a
 // well-formed UTF-8 sequence, becomes '?'.

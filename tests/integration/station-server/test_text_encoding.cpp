@@ -1,5 +1,6 @@
-// The text conversions of station-server: UTF-8 checked (--title) and
-// turned into ISO-8859-1 (the latin1-titles fault).
+// The text conversions of station-server: UTF-8 checked (--title), turned
+// into ISO-8859-1 (the latin1-titles fault) and repaired (the gateway's
+// replies).
 
 #include "text_encoding.h"
 
@@ -7,6 +8,7 @@
 
 using station::isUtf8;
 using station::latin1FromUtf8;
+using station::repairedUtf8;
 
 TEST(StationServerTextEncoding, Latin1LettersBecomeOneByte)
 {
@@ -49,4 +51,25 @@ TEST(StationServerTextEncoding, Utf8IsRecognised)
     EXPECT_FALSE(isUtf8("\xC0\xAF")) << "overlong";
     EXPECT_FALSE(isUtf8("\xED\xA0\x80")) << "a surrogate";
     EXPECT_FALSE(isUtf8("\xF4\x90\x80\x80")) << "beyond U+10FFFF";
+}
+
+TEST(StationServerTextEncoding, RepairKeepsWellFormedText)
+{
+    EXPECT_EQ(repairedUtf8(""), "");
+    EXPECT_EQ(repairedUtf8("Jürgen Weiß - Ночной Трамвай 🎵 \x01\x7F"), "Jürgen Weiß - Ночной Трамвай 🎵 \x01\x7F");
+}
+
+TEST(StationServerTextEncoding, RepairReplacesEachBadByte)
+{
+    EXPECT_EQ(repairedUtf8("Caf\xE9!"), "Caf\uFFFD!");
+    EXPECT_EQ(repairedUtf8("a\xC3"), "a\uFFFD") << "cut short";
+    EXPECT_EQ(repairedUtf8("\xC0\xAF"), "\uFFFD\uFFFD") << "overlong";
+    EXPECT_EQ(repairedUtf8("\xED\xA0\x80x"), "\uFFFD\uFFFD\uFFFDx") << "a surrogate";
+    EXPECT_EQ(repairedUtf8("\xF4\x90\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD") << "beyond U+10FFFF";
+    EXPECT_TRUE(isUtf8(repairedUtf8("\xFF\xFE\xC3(\xE2\x82")));
+}
+
+TEST(StationServerTextEncoding, RepairReplacesWhatXmlCannotCarry)
+{
+    EXPECT_EQ(repairedUtf8("a\uFFFEb\uFFFFc\uFFFDd"), "a\uFFFDb\uFFFDc\uFFFDd");
 }
