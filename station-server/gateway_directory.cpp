@@ -41,7 +41,8 @@ bool hasTag(const RemoteStation &station, const std::string &foldedTag)
 
 // The listed stations of the replies that `accept` takes and that are of
 // `mediaType` (any when empty), each uuid once (its first time), the most
-// clicked first (ties in reply order), at most `limit`.
+// clicked first (ties in reply order), at most `limit` and never more than
+// longestStationList.
 template <class Accept>
 std::vector<DirectoryEntry> mostClicked(std::initializer_list<const std::vector<RemoteStation> *> replies,
                                         std::string_view mediaType, std::size_t limit, Accept accept)
@@ -57,6 +58,7 @@ std::vector<DirectoryEntry> mostClicked(std::initializer_list<const std::vector<
     }
     std::ranges::stable_sort(
         chosen, [](const RemoteStation *a, const RemoteStation *b) { return a->clickCount > b->clickCount; });
+    limit = std::min(limit, longestStationList);
     if (chosen.size() > limit)
         chosen.resize(limit);
     std::vector<DirectoryEntry> entries;

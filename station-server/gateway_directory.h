@@ -18,9 +18,10 @@ namespace station::gateway {
 //
 // A list shows only the stations the box can play (isListed), each station
 // (by uuid, in any case) once, the most clicked first (ties in the order the
-// replies gave them), at most `limit`. An empty `mediaType` accepts every
-// media type, as the catalogue's lists do; any other accepts only stations
-// of exactly that one, so one no codec maps to gives an empty list.
+// replies gave them), at most `limit` and never more than longestStationList.
+// An empty `mediaType` accepts every media type, as the catalogue's lists do;
+// any other accepts only stations of exactly that one, so one that no codec
+// maps to gives an empty list.
 
 // The most genres the genre list holds.
 inline constexpr std::size_t longestGenreList = 100;

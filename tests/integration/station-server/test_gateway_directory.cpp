@@ -165,6 +165,7 @@ TEST(GatewayDirectory, TopListHoldsAtMostFiveHundred)
         reply.push_back(replies::station(i, "s" + std::to_string(i), rank(i)));
     expectTheHighestRanked(topNames(reply), "s", 600, longestStationList, rank);
     EXPECT_EQ(topNames(reply, "audio/mpeg", 3).size(), 3u);
+    EXPECT_EQ(topNames(reply, "audio/mpeg", 1000).size(), longestStationList) << "whatever the limit asked for";
 }
 
 TEST(GatewayDirectory, BrokenStationsAreLeftOut)
