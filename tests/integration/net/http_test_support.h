@@ -8,6 +8,7 @@
 #include "base/ebase.h"
 #include "net/ehttpconnection.h"
 #include "net/ehttpdatasource.h"
+#include "support/test_http_server.h"
 
 #include <httplib.h>
 
@@ -19,39 +20,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-// A cpp-httplib server on 127.0.0.1 with the handlers `setup` installs, served
-// from its own threads until destroyed.
-class TestHttpServer
-{
-public:
-    explicit TestHttpServer(const std::function<void(httplib::Server &)> &setup)
-    {
-        setup(m_server);
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-        // stop() before the server runs would be lost, and its thread would never end.
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (!m_server.is_running() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ~TestHttpServer()
-    {
-        m_server.stop();
-        if (m_thread.joinable())
-            m_thread.join();
-    }
-    TestHttpServer(const TestHttpServer &) = delete;
-    TestHttpServer &operator=(const TestHttpServer &) = delete;
-
-    int port() const { return m_port; }
-    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
-
-private:
-    httplib::Server m_server;
-    int m_port = -1;
-    std::thread m_thread;
-};
 
 // A gate a server handler waits at until the test opens it (or a time passes),
 // so that a stalled reply never holds the server's shutdown for long.
