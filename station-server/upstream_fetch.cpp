@@ -1,0 +1,105 @@
+#include "upstream_fetch.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <mutex>
+
+namespace station {
+namespace {
+
+struct CurlHandleFree
+{
+    void operator()(CURL *handle) const { curl_easy_cleanup(handle); }
+};
+
+struct Download
+{
+    std::string body;
+    std::size_t largest = 0;
+    bool tooLarge = false;
+};
+
+std::size_t keepBody(char *data, std::size_t size, std::size_t count, void *userData)
+{
+    auto *download = static_cast<Download *>(userData);
+    const std::size_t bytes = size * count;
+    if (download->body.size() + bytes > download->largest) {
+        download->tooLarge = true;
+        return 0; // ends the transfer with CURLE_WRITE_ERROR
+    }
+    download->body.append(data, bytes);
+    return bytes;
+}
+
+std::string seconds(std::chrono::milliseconds duration)
+{
+    return std::to_string((duration.count() + 999) / 1000) + " s";
+}
+
+std::string failure(CURLcode code, const Download &download, const FetchLimits &limits, const char *detail)
+{
+    if (download.tooLarge)
+        return "the reply is larger than " + std::to_string(download.largest / (1024 * 1024)) + " MiB";
+    if (code == CURLE_OPERATION_TIMEDOUT)
+        return "no whole reply within " + seconds(limits.whole) + " (or no connection within " + seconds(limits.connect)
+               + ")";
+    return detail[0] != '\0' ? std::string(detail) : std::string(curl_easy_strerror(code));
+}
+
+} // namespace
+
+std::string gatewayUserAgent()
+{
+    return std::string("Tarnwave/") + TARNWAVE_VERSION + " (station-server gateway)";
+}
+
+void curlGlobalInit()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+FetchResult fetchUrl(const std::string &url, const FetchLimits &limits)
+{
+    FetchResult result;
+    const std::unique_ptr<CURL, CurlHandleFree> handle(curl_easy_init());
+    if (!handle) {
+        result.error = "cannot make a request for " + url;
+        return result;
+    }
+    Download download;
+    download.largest = limits.largestBody;
+    char detail[CURL_ERROR_SIZE] = {};
+    const std::string userAgent = gatewayUserAgent();
+    CURL *curl = handle.get();
+    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
+    curl_easy_setopt(curl, CURLOPT_USERAGENT, userAgent.c_str());
+    curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, ""); // whatever libcurl can decode
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connect.count()));
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits.whole.count()));
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L); // many threads; no SIGALRM for name lookups
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, keepBody);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &download);
+    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, detail);
+
+    const CURLcode code = curl_easy_perform(curl);
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &result.status);
+    if (code != CURLE_OK) {
+        result.error = failure(code, download, limits, detail) + ": " + url;
+        return result;
+    }
+    if (result.status < 200 || result.status > 299) {
+        result.error = "HTTP " + std::to_string(result.status) + " from " + url;
+        return result;
+    }
+    result.ok = true;
+    result.body = std::move(download.body);
+    return result;
+}
+
+} // namespace station
