@@ -8,15 +8,19 @@
 #include "live_stream.h"
 #include "loop_cache.h"
 #include "options.h"
+#include "radio_browser_gateway.h"
 #include "station_service.h"
 #include "stop_flag.h"
 #include "title_schedule.h"
+#include "upstream_fetch.h"
+#include "upstream_servers.h"
 
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <pthread.h>
+#include <random>
 #include <thread>
 
 namespace {
@@ -137,10 +141,34 @@ int main(int argc, char **argv)
     station::FaultTable faults;
     for (const station::FaultRule &rule : options.faults)
         faults.add(rule);
+    // Made below when asked for; they outlive the server's workers.
+    std::unique_ptr<station::ServerRotation> mirrors;
+    std::unique_ptr<station::RadioBrowserGateway> gateway;
     station::StationHttpServer server(stop, *log, options.workers, options.requestTimeout);
     station::StationService service(*catalogue, titles, loops, faults,
                                     station::LiveStreamSettings{options.metadataInterval, options.burst});
     service.installOn(server);
+
+    // The gateway: the community directory's mirrors, as given or as its DNS
+    // names them, asked in an order of this run's own.
+    if (options.radioBrowser) {
+        station::curlGlobalInit();
+        std::vector<std::string> servers = options.radioBrowserServers;
+        if (servers.empty()) {
+            std::string why;
+            servers = station::lookUpSrvServers(station::radioBrowserSrvName, why);
+            if (servers.empty())
+                return refuse("--upstream radio-browser: " + why + "; name the mirrors with radio-browser=URL,...");
+        }
+        std::mt19937 random(std::random_device{}());
+        mirrors = std::make_unique<station::ServerRotation>(std::move(servers), random);
+        gateway = std::make_unique<station::RadioBrowserGateway>(*mirrors);
+        service.useGateway(*gateway);
+        std::string names;
+        for (const std::string &mirror : mirrors->servers())
+            names += (names.empty() ? "" : ", ") + mirror;
+        log->note("a gateway to the community radio directory at " + names);
+    }
 
     errno = 0;
     int port = options.port;

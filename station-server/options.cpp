@@ -3,6 +3,7 @@
 #include "parse_number.h"
 #include "text_encoding.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace station {
@@ -43,6 +44,32 @@ void readListen(const std::string &text, ServerOptions &options)
         throw UsageError("--listen: \"" + text.substr(colon + 1) + "\" is no port number (0 to 65535)");
     options.host = host;
     options.port = *port;
+}
+
+// --upstream radio-browser[=URL[,URL...]]: each URL an http: or https:
+// address of a mirror, kept without a trailing "/".
+void readUpstream(const std::string &text, ServerOptions &options)
+{
+    const std::string usage = "--upstream needs radio-browser or radio-browser=URL[,URL...] (http:// or https://)";
+    const std::string name = "radio-browser";
+    if (text != name && !text.starts_with(name + "="))
+        throw UsageError(usage + ", not \"" + text + "\"");
+    options.radioBrowser = true;
+    options.radioBrowserServers.clear();
+    if (text == name)
+        return;
+    std::size_t start = name.size() + 1;
+    while (start <= text.size()) {
+        const std::size_t comma = std::min(text.find(',', start), text.size());
+        std::string url = text.substr(start, comma - start);
+        while (url.ends_with('/'))
+            url.pop_back();
+        const bool web = url.starts_with("http://") || url.starts_with("https://");
+        if (!web || url.find_first_of(" \t\r\n") != std::string::npos || url.find("://") + 3 >= url.size())
+            throw UsageError(usage + ", not \"" + url + "\"");
+        options.radioBrowserServers.push_back(std::move(url));
+        start = comma + 1;
+    }
 }
 
 } // namespace
@@ -98,6 +125,8 @@ ServerOptions parseOptions(const std::vector<std::string> &arguments, std::files
             options.requestTimeout = seconds(option, value(), 0.1);
         } else if (option == "--log") {
             options.logFile = value();
+        } else if (option == "--upstream") {
+            readUpstream(value(), options);
         } else {
             throw UsageError("unknown option \"" + arguments[i] + "\" (see --help)");
         }
@@ -163,6 +192,11 @@ std::string usageText()
                        "                          the request to arrive whole (default 5); then it is\n"
                        "                          closed, a partly sent request answered 408\n"
                        "  --log FILE              append the access log to FILE instead of stderr\n"
+                       "  --upstream radio-browser[=URL,...]\n"
+                       "                          a gateway: the directory and its playlists come from the\n"
+                       "                          community radio directory (its mirrors URL,...; by\n"
+                       "                          default those its DNS SRV record names), not from the\n"
+                       "                          catalogue\n"
                        "  --help                  this text\n"
                        "\n"
                        "Requests:\n"

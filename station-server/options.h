@@ -31,6 +31,11 @@ struct ServerOptions
     // that sends nothing or a byte at a time holds its connection no longer.
     std::chrono::milliseconds requestTimeout{5000};
     std::filesystem::path logFile; // empty: stderr
+    // --upstream radio-browser[=URL,...]: serve the community radio directory
+    // instead of the catalogue, from these mirrors ("https://host"; empty:
+    // the mirrors its DNS SRV record names).
+    bool radioBrowser = false;
+    std::vector<std::string> radioBrowserServers;
     bool help = false;
 };
 

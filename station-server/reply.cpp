@@ -32,6 +32,7 @@ std::string_view reasonPhrase(int status)
     case 411: return "Length Required";
     case 413: return "Content Too Large";
     case 431: return "Request Header Fields Too Large";
+    case 502: return "Bad Gateway";
     case 503: return "Service Unavailable";
     default: return "Unknown";
     }

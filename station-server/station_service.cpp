@@ -5,6 +5,7 @@
 #include "fault_reply.h"
 #include "parse_number.h"
 #include "playlist.h"
+#include "radio_browser_gateway.h"
 #include "station_query.h"
 
 #include <algorithm>
@@ -119,10 +120,10 @@ StationService::StationService(const Catalogue &catalogue, const TitleSchedule &
 void StationService::installOn(httplib::Server &server)
 {
     server.Get("/sbin/newxml.phtml", [this](const httplib::Request &request, httplib::Response &response) {
-        answer(request, response, directoryReply(request));
+        answer(request, response, gateway_ ? gateway_->directoryReply(request) : directoryReply(request));
     });
     server.Get("/sbin/tunein-station.pls", [this](const httplib::Request &request, httplib::Response &response) {
-        answer(request, response, playlistReply(request));
+        answer(request, response, gateway_ ? gateway_->playlistReply(request) : playlistReply(request));
     });
     server.Get(R"(/stream/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
         serveStream(request, response);

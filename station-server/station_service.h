@@ -13,6 +13,8 @@
 
 namespace station {
 
+class RadioBrowserGateway;
+
 // The server's requests (listed in --help): the directory, tune-in
 // playlists, live streams and the fault control endpoint. Every request except
 // the control ones first asks the fault table whether it is to be spoilt.
@@ -23,6 +25,9 @@ public:
                    LiveStreamSettings streams);
 
     void installOn(httplib::Server &server);
+    // From now on the directory and its playlists come from `gateway`, not
+    // from the catalogue (--upstream); streams and faults stay as they are.
+    void useGateway(RadioBrowserGateway &gateway) { gateway_ = &gateway; }
 
     // The replies as they are when nothing is spoilt.
     Reply directoryReply(const httplib::Request &request) const;
@@ -38,6 +43,7 @@ private:
     LoopCache &loops_;
     FaultTable &faults_;
     LiveStreamSettings streams_;
+    RadioBrowserGateway *gateway_ = nullptr;
 };
 
 } // namespace station

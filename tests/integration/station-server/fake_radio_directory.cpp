@@ -1,0 +1,153 @@
+#include "fake_radio_directory.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+std::string lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::vector<std::string> split(const std::string &tags)
+{
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    while (start <= tags.size()) {
+        const std::size_t comma = std::min(tags.find(',', start), tags.size());
+        if (comma > start)
+            parts.push_back(tags.substr(start, comma - start));
+        start = comma + 1;
+    }
+    return parts;
+}
+
+std::string quoted(const std::string &text)
+{
+    std::string json = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            json += '\\';
+        json += c;
+    }
+    return json + "\"";
+}
+
+std::string stationJson(const FakeStation &station)
+{
+    return "{\"stationuuid\":" + quoted(station.uuid) + ",\"name\":" + quoted(station.name)
+           + ",\"url\":" + quoted(station.url) + ",\"url_resolved\":" + quoted(station.resolvedUrl)
+           + ",\"tags\":" + quoted(station.tags) + ",\"codec\":" + quoted(station.codec)
+           + ",\"bitrate\":" + std::to_string(station.bitrate) + ",\"hls\":" + (station.hls ? "1" : "0")
+           + ",\"lastcheckok\":" + (station.working ? "1" : "0") + ",\"clickcount\":" + std::to_string(station.clicks)
+           + ",\"votes\":3,\"countrycode\":\"DE\"}";
+}
+
+} // namespace
+
+FakeRadioDirectory::FakeRadioDirectory(std::vector<FakeStation> stations)
+    : stations_(std::move(stations)), server_([this](httplib::Server &routes) {
+          routes.Get("/json/tags", [this](const httplib::Request &, httplib::Response &response) {
+              const std::string broken = count("/json/tags");
+              response.set_content(broken.empty() ? tagsJson() : broken, "application/json");
+          });
+          routes.Get("/json/stations/search", [this](const httplib::Request &request, httplib::Response &response) {
+              const std::string broken = count("/json/stations/search");
+              response.set_content(broken.empty() ? searchJson(request) : broken, "application/json");
+          });
+          routes.Get(R"(/json/url/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
+              const std::string uuid = request.matches[1];
+              count("/json/url/" + uuid);
+              const auto station = std::find_if(stations_.begin(), stations_.end(),
+                                                [&](const FakeStation &each) { return each.uuid == uuid; });
+              if (station == stations_.end()) {
+                  response.set_content(R"({"ok":false,"message":"no such station"})", "application/json");
+                  return;
+              }
+              const std::string url = station->resolvedUrl.empty() ? station->url : station->resolvedUrl;
+              response.set_content("{\"ok\":true,\"message\":\"retrieved station url\",\"stationuuid\":" + quoted(uuid)
+                                       + ",\"name\":" + quoted(station->name) + ",\"url\":" + quoted(url) + "}",
+                                   "application/json");
+          });
+      })
+{
+}
+
+int FakeRadioDirectory::requests(const std::string &path) const
+{
+    const std::lock_guard lock(mutex_);
+    const auto found = requests_.find(path);
+    return found == requests_.end() ? 0 : found->second;
+}
+
+std::vector<std::string> FakeRadioDirectory::searches() const
+{
+    const std::lock_guard lock(mutex_);
+    return searches_;
+}
+
+void FakeRadioDirectory::answerBroken(std::string text)
+{
+    const std::lock_guard lock(mutex_);
+    broken_ = std::move(text);
+}
+
+std::string FakeRadioDirectory::count(const std::string &path)
+{
+    const std::lock_guard lock(mutex_);
+    ++requests_[path];
+    return broken_;
+}
+
+std::string FakeRadioDirectory::tagsJson() const
+{
+    // Working stations per tag, most first, as the directory answers.
+    std::map<std::string, int> counts;
+    for (const FakeStation &station : stations_)
+        if (station.working)
+            for (const std::string &tag : split(lower(station.tags)))
+                ++counts[tag];
+    std::vector<std::pair<std::string, int>> tags(counts.begin(), counts.end());
+    std::stable_sort(tags.begin(), tags.end(), [](const auto &a, const auto &b) { return a.second > b.second; });
+    std::string json = "[";
+    for (const auto &[name, stationCount] : tags)
+        json += (json.size() > 1 ? "," : "") + std::string("{\"name\":") + quoted(name)
+                + ",\"stationcount\":" + std::to_string(stationCount) + "}";
+    return json + "]";
+}
+
+std::string FakeRadioDirectory::searchJson(const httplib::Request &request)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        std::string query;
+        for (const auto &[name, value] : request.params)
+            query += (query.empty() ? "" : "&") + name + "=" + value;
+        searches_.push_back(query);
+    }
+    const std::string tag = lower(request.get_param_value("tag"));
+    const std::string name = lower(request.get_param_value("name"));
+    const std::string codec = request.get_param_value("codec");
+    std::vector<const FakeStation *> found;
+    for (const FakeStation &station : stations_) {
+        if (request.get_param_value("hidebroken") == "true" && !station.working)
+            continue;
+        if (!codec.empty() && lower(station.codec) != lower(codec))
+            continue;
+        if (!name.empty() && lower(station.name).find(name) == std::string::npos)
+            continue;
+        const std::vector<std::string> tags = split(lower(station.tags));
+        if (!tag.empty() && std::find(tags.begin(), tags.end(), tag) == tags.end())
+            continue;
+        found.push_back(&station);
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const FakeStation *a, const FakeStation *b) { return a->clicks > b->clicks; });
+    std::string json = "[";
+    for (const FakeStation *station : found)
+        json += (json.size() > 1 ? "," : "") + stationJson(*station);
+    return json + "]";
+}
