@@ -69,15 +69,15 @@ bool loadScript(const std::string &path, std::vector<ScriptStep> &steps, std::st
     return true;
 }
 
-// The embedded station server: on its default port, or on a free one when
-// that is taken.
-bool startStationServer(StationServerChild &server, std::string &error)
+// The embedded station server (a gateway to `upstream` when given): on its
+// default port, or on a free one when that is taken.
+bool startStationServer(StationServerChild &server, const std::string &upstream, std::string &error)
 {
     const std::string log = boxPath("/tmp/station-server.log");
-    if (server.start(TARNWAVE_STATION_SERVER, defaultStationListen, log, error))
+    if (server.start(TARNWAVE_STATION_SERVER, defaultStationListen, upstream, log, error))
         return true;
     eWarning("box-emulator: %s; trying a free port", error.c_str());
-    return server.start(TARNWAVE_STATION_SERVER, "127.0.0.1:0", log, error);
+    return server.start(TARNWAVE_STATION_SERVER, "127.0.0.1:0", upstream, log, error);
 }
 
 } // namespace
@@ -120,7 +120,7 @@ int runEmulator(const EmulatorOptions &options)
     StationServerChild stationServer;
     std::string directory = options.directoryUrl;
     if (directory.empty()) {
-        if (!startStationServer(stationServer, error))
+        if (!startStationServer(stationServer, options.upstream, error))
             return refuse("cannot start the station server: " + error + " (--directory URL uses another)");
         directory = stationServer.url();
         ShutdownSignals::setChildToStop(stationServer.pid());

@@ -118,12 +118,18 @@ std::optional<EmulatorOptions> parseOptions(const std::vector<std::string> &argu
             ok = flag(options.stay, true);
         } else if (option == "--skin") {
             ok = value(options.skinPath);
+        } else if (option == "--upstream") {
+            ok = value(options.upstream);
         } else {
             error = "unknown option \"" + arguments[i] + "\" (see --help)";
             ok = false;
         }
         if (!ok)
             return std::nullopt;
+    }
+    if (!options.upstream.empty() && !options.directoryUrl.empty()) {
+        error = "--upstream goes to the embedded station server, which --directory replaces: give one of them";
+        return std::nullopt;
     }
     return options;
 }
@@ -141,6 +147,9 @@ std::string usageText()
            "                      ~/.local/share/tarnwave-box); prepared on first start\n"
            "  --directory URL     the station directory; default: start station-server\n"
            "                      on 127.0.0.1:8150 (or a free port) and stop it on exit\n"
+           "  --upstream SPEC     the embedded station server serves today's live\n"
+           "                      directory instead of its catalogue: radio-browser, or\n"
+           "                      radio-browser=URL,... (see station-server --help)\n"
            "  --listen HOST:PORT  the page and the control API (default 127.0.0.1:8160;\n"
            "                      port 0 picks a free one). Prints \"box-emulator:\n"
            "                      listening on http://HOST:PORT\" when ready\n"

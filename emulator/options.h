@@ -15,6 +15,7 @@ struct EmulatorOptions
     std::string listenHost = "127.0.0.1";
     int listenPort = 8160; // 0: any free port
     std::string directoryUrl; // empty: start the embedded station server
+    std::string upstream; // the embedded station server's --upstream; empty: its catalogue
     std::string pluginPath; // the built tarnwave.so unless given
     bool pluginGiven = false; // --plugin was on the command line
     bool autostart = true;

@@ -1,5 +1,7 @@
 #include "station_server_child.h"
 
+#include <vector>
+
 namespace emulator {
 namespace {
 
@@ -17,13 +19,16 @@ std::string lastLine(std::string text)
 
 } // namespace
 
-bool StationServerChild::start(const std::string &binary, const std::string &listen, const std::string &logFile,
-                               std::string &error)
+bool StationServerChild::start(const std::string &binary, const std::string &listen, const std::string &upstream,
+                               const std::string &logFile, std::string &error)
 {
     boxhost::ChildOptions options;
     options.stopWithParent = true;
     options.errorFile = logFile;
-    if (!m_process.start(binary, {"--listen", listen}, options, error))
+    std::vector<std::string> arguments{"--listen", listen};
+    if (!upstream.empty())
+        arguments.insert(arguments.end(), {"--upstream", upstream});
+    if (!m_process.start(binary, arguments, options, error))
         return false;
     const boxhost::ChildLine ready = m_process.waitForLine(readyPrefix, readyLimit);
     if (!ready.found()) {

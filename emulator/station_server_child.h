@@ -16,10 +16,12 @@ namespace emulator {
 class StationServerChild
 {
 public:
-    // Starts `binary` listening on `listen` ("127.0.0.1:8150"), its access log
-    // and complaints going to `logFile`, and waits for the line that says it
-    // is ready. False with the reason in `error` when it does not start.
-    bool start(const std::string &binary, const std::string &listen, const std::string &logFile, std::string &error);
+    // Starts `binary` listening on `listen` ("127.0.0.1:8150"), a gateway to
+    // `upstream` unless that is empty, its access log and complaints going to
+    // `logFile`, and waits for the line that says it is ready. False with the
+    // reason in `error` when it does not start.
+    bool start(const std::string &binary, const std::string &listen, const std::string &upstream,
+               const std::string &logFile, std::string &error);
 
     // "http://127.0.0.1:PORT", as the server announced it.
     const std::string &url() const { return m_url; }

@@ -92,6 +92,25 @@ TEST_F(BadInput, AnUnknownOption)
     expectOneErrorLine(runEmulatorToExit(arguments({"--volume", "11"})), "unknown option \"--volume\"");
 }
 
+TEST_F(BadInput, AnUpstreamBesideAnotherDirectory)
+{
+    expectOneErrorLine(
+        runEmulatorToExit(arguments({"--directory", "http://127.0.0.1:9", "--upstream", "radio-browser"})),
+        "--upstream goes to the embedded station server, which --directory replaces");
+}
+
+TEST_F(BadInput, AnUpstreamTheStationServerRefuses)
+{
+    // No --directory: the embedded station server is started, and refuses.
+    const EmulatorExit exit =
+        runEmulatorToExit({"--headless", "--root", (scratch.path() / "box").string(), "--listen", "127.0.0.1:0",
+                           "--plugin", testPluginPath(), "--upstream", "radio-browser=ftp://mirror"});
+    EXPECT_EQ(exit.status, 2);
+    EXPECT_NE(exit.errors.find("cannot start the station server: station-server did not start: "), std::string::npos)
+        << exit.errors;
+    EXPECT_NE(exit.errors.find("--upstream needs radio-browser"), std::string::npos) << exit.errors;
+}
+
 TEST_F(BadInput, AScriptWithAnUnknownKey)
 {
     const auto script = scratch.file("tour.script");
