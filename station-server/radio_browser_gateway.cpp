@@ -1,8 +1,8 @@
 #include "radio_browser_gateway.h"
 
+#include "directory_request.h"
 #include "directory_xml.h"
 #include "gateway_directory.h"
-#include "parse_number.h"
 #include "radio_browser_json.h"
 #include "station_query.h"
 
@@ -22,19 +22,6 @@ constexpr auto stationListKept = 600s;
 constexpr int stationsAsked = 1000;
 constexpr int tagsAsked = 150;
 
-constexpr const char *xmlType = "text/xml; charset=utf-8";
-constexpr const char *textType = "text/plain; charset=utf-8";
-constexpr const char *playlistType = "audio/x-scpls";
-
-Reply textReply(int status, const std::string &line)
-{
-    Reply reply;
-    reply.status = status;
-    reply.contentType = textType;
-    reply.body = std::to_string(status) + " " + std::string(reasonPhrase(status)) + ": " + line + "\n";
-    return reply;
-}
-
 // The search for working stations, most clicked first, with `conditions`.
 std::string stationSearch(httplib::Params conditions)
 {
@@ -45,34 +32,19 @@ std::string stationSearch(httplib::Params conditions)
     return httplib::append_query_params("/json/stations/search", conditions);
 }
 
-// Asks each mirror in turn for every path of `paths`, until one answers all
-// of them in a way `make` can use; what `make` made of the bodies, or why no
-// mirror would do.
-ReplyCache::Fetched askMirrors(ServerRotation &servers, const FetchLimits &limits,
-                               const std::vector<std::string> &paths,
-                               const std::function<std::string(const std::vector<std::string> &)> &make)
+// How one directory request is answered from the upstream: the replies it
+// needs (none: the answer needs no upstream), what is made of them, and
+// under which key and for how long that is kept.
+struct UpstreamPlan
 {
-    std::string made;
-    const ServerRotation::Attempt attempt = servers.tryEach([&](const std::string &base) {
-        std::vector<std::string> bodies;
-        for (const std::string &path : paths) {
-            FetchResult fetched = fetchUrl(base + path, limits);
-            if (!fetched.ok)
-                return ServerRotation::Attempt{false, fetched.error};
-            bodies.push_back(std::move(fetched.body));
-        }
-        try {
-            made = make(bodies);
-        } catch (const radiobrowser::ReplyError &error) {
-            return ServerRotation::Attempt{false, base + " answered unusably: " + error.what()};
-        }
-        return ServerRotation::Attempt{true, {}};
-    });
-    return ReplyCache::Fetched{attempt.ok, std::move(made), attempt.error};
-}
+    std::vector<std::string> paths;
+    std::function<std::string(const std::vector<std::string> &bodies)> make;
+    std::string key;
+    std::chrono::seconds kept = stationListKept;
+};
 
-// The station lists of every codec of `mediaType` in one reply's worth of
-// stations (audio/aacp is asked for as AAC and as AAC+).
+// The station lists of several replies in one (audio/aacp is asked for as
+// AAC and as AAC+).
 std::vector<radiobrowser::RemoteStation> stationsOfAll(const std::vector<std::string> &bodies)
 {
     std::vector<radiobrowser::RemoteStation> stations;
@@ -81,6 +53,74 @@ std::vector<radiobrowser::RemoteStation> stationsOfAll(const std::vector<std::st
         stations.insert(stations.end(), std::make_move_iterator(some.begin()), std::make_move_iterator(some.end()));
     }
     return stations;
+}
+
+UpstreamPlan planFor(const DirectoryRequest &asked)
+{
+    using Kind = DirectoryRequest::Kind;
+    const std::string suffix = "|mt=" + asked.mediaType + "|limit=" + std::to_string(asked.limit);
+    UpstreamPlan plan;
+    switch (asked.kind) {
+    case Kind::search:
+        plan.key = "search=" + foldCase(asked.text) + suffix;
+        plan.paths = {stationSearch({{"tag", asked.text}, {"tagExact", "true"}}),
+                      stationSearch({{"name", asked.text}})};
+        plan.make = [asked](const std::vector<std::string> &bodies) {
+            return gateway::searchReply(bodies[0], bodies[1], asked.text, asked.mediaType, asked.limit);
+        };
+        break;
+    case Kind::genre:
+        plan.key = "genre=" + foldCase(asked.text) + suffix;
+        plan.paths = {stationSearch({{"tag", asked.text}, {"tagExact", "true"}})};
+        plan.make = [asked](const std::vector<std::string> &bodies) {
+            return gateway::genreStationsReply(bodies[0], asked.text, asked.mediaType, asked.limit);
+        };
+        break;
+    case Kind::topList: {
+        plan.key = "top" + suffix;
+        const std::vector<std::string> codecs = gateway::codecsOf(asked.mediaType);
+        // A media type of no codec gives an empty list, without asking.
+        if (asked.mediaType.empty())
+            plan.paths = {stationSearch({})};
+        for (const std::string &codec : codecs)
+            plan.paths.push_back(stationSearch({{"codec", codec}}));
+        plan.make = [asked](const std::vector<std::string> &bodies) {
+            return stationListXml(gateway::topStations(stationsOfAll(bodies), asked.mediaType, asked.limit));
+        };
+        break;
+    }
+    case Kind::genreList:
+        plan.key = "genres";
+        plan.kept = genreListKept;
+        plan.paths = {"/json/tags?order=stationcount&reverse=true&hidebroken=true&limit=" + std::to_string(tagsAsked)};
+        plan.make = [](const std::vector<std::string> &bodies) { return gateway::genreListReply(bodies[0]); };
+        break;
+    }
+    return plan;
+}
+
+// Asks each mirror in turn for every path of the plan, until one answers all
+// of them in a way the plan can use; what it made of the bodies, or why no
+// mirror would do.
+ReplyCache::Fetched askMirrors(ServerRotation &servers, const FetchLimits &limits, const UpstreamPlan &plan)
+{
+    std::string made;
+    const ServerRotation::Attempt attempt = servers.tryEach([&](const std::string &base) {
+        std::vector<std::string> bodies;
+        for (const std::string &path : plan.paths) {
+            FetchResult fetched = fetchUrl(base + path, limits);
+            if (!fetched.ok)
+                return ServerRotation::Attempt{false, fetched.error};
+            bodies.push_back(std::move(fetched.body));
+        }
+        try {
+            made = plan.make(bodies);
+        } catch (const radiobrowser::ReplyError &error) {
+            return ServerRotation::Attempt{false, base + " answered unusably: " + error.what()};
+        }
+        return ServerRotation::Attempt{true, {}};
+    });
+    return ReplyCache::Fetched{attempt.ok, std::move(made), attempt.error};
 }
 
 } // namespace
@@ -92,52 +132,10 @@ RadioBrowserGateway::RadioBrowserGateway(ServerRotation &servers, FetchLimits li
 
 Reply RadioBrowserGateway::directoryReply(const httplib::Request &request)
 {
-    const std::string mediaType = request.get_param_value("mt");
-    std::size_t limit = longestStationList;
-    if (const auto asked = parseNumber<std::size_t>(request.get_param_value("limit")))
-        limit = std::min(limit, *asked);
-    const std::string suffix = "|mt=" + mediaType + "|limit=" + std::to_string(limit);
-
-    std::string key;
-    std::chrono::seconds kept = stationListKept;
-    std::vector<std::string> paths;
-    std::function<std::string(const std::vector<std::string> &)> make;
-    if (request.has_param("search")) {
-        const std::string text = request.get_param_value("search");
-        key = "search=" + foldCase(text) + suffix;
-        paths = {stationSearch({{"tag", text}, {"tagExact", "true"}}), stationSearch({{"name", text}})};
-        make = [=](const std::vector<std::string> &bodies) {
-            return gateway::searchReply(bodies[0], bodies[1], text, mediaType, limit);
-        };
-    } else if (request.has_param("genre") && foldCase(request.get_param_value("genre")) != "top") {
-        const std::string genre = request.get_param_value("genre");
-        key = "genre=" + foldCase(genre) + suffix;
-        paths = {stationSearch({{"tag", genre}, {"tagExact", "true"}})};
-        make = [=](const std::vector<std::string> &bodies) {
-            return gateway::genreStationsReply(bodies[0], genre, mediaType, limit);
-        };
-    } else if (request.has_param("genre")) {
-        key = "top" + suffix;
-        const std::vector<std::string> codecs = gateway::codecsOf(mediaType);
-        if (!mediaType.empty() && codecs.empty())
-            paths.clear(); // no codec has this media type: an empty list, without asking
-        else if (codecs.empty())
-            paths = {stationSearch({})};
-        for (const std::string &codec : codecs)
-            paths.push_back(stationSearch({{"codec", codec}}));
-        make = [=](const std::vector<std::string> &bodies) {
-            return stationListXml(gateway::topStations(stationsOfAll(bodies), mediaType, limit));
-        };
-    } else {
-        key = "genres";
-        kept = genreListKept;
-        paths = {"/json/tags?order=stationcount&reverse=true&hidebroken=true&limit=" + std::to_string(tagsAsked)};
-        make = [](const std::vector<std::string> &bodies) { return gateway::genreListReply(bodies[0]); };
-    }
-
+    const UpstreamPlan plan = planFor(readDirectoryRequest(request));
     const ReplyCache::Served served =
-        paths.empty() ? ReplyCache::Served{true, false, make({}), {}}
-                      : cache_.get(key, kept, [&] { return askMirrors(servers_, limits_, paths, make); });
+        plan.paths.empty() ? ReplyCache::Served{true, false, plan.make({}), {}}
+                           : cache_.get(plan.key, plan.kept, [&] { return askMirrors(servers_, limits_, plan); });
     if (!served.ok)
         return textReply(502, served.error);
     Reply reply;

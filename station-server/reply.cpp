@@ -21,6 +21,18 @@ std::string statusLine(std::string_view protocol, int status)
 
 } // namespace
 
+Reply textReply(int status, std::string_view why)
+{
+    Reply reply;
+    reply.status = status;
+    reply.contentType = textType;
+    reply.body = std::to_string(status) + " " + std::string(reasonPhrase(status));
+    if (!why.empty())
+        reply.body += ": " + std::string(why);
+    reply.body += "\n";
+    return reply;
+}
+
 std::string_view reasonPhrase(int status)
 {
     switch (status) {

@@ -22,7 +22,16 @@ struct Reply
     bool live = false;
 };
 
+// The content types of the directory's replies.
+inline constexpr const char *xmlType = "text/xml; charset=utf-8";
+inline constexpr const char *textType = "text/plain; charset=utf-8";
+inline constexpr const char *playlistType = "audio/x-scpls";
+
 std::string_view reasonPhrase(int status);
+
+// A plain-text reply of one line: "404 Not Found: why", or only
+// "404 Not Found" when `why` is empty.
+Reply textReply(int status, std::string_view why = {});
 
 // The status line and headers, ending with the blank line. A finite reply
 // states `contentLength`; every reply written this way closes the connection

@@ -1,6 +1,7 @@
 #include "station_service.h"
 
 #include "connection.h"
+#include "directory_request.h"
 #include "directory_xml.h"
 #include "fault_reply.h"
 #include "parse_number.h"
@@ -14,19 +15,6 @@
 
 namespace station {
 namespace {
-
-constexpr const char *xmlType = "text/xml; charset=utf-8";
-constexpr const char *textType = "text/plain; charset=utf-8";
-constexpr const char *playlistType = "audio/x-scpls";
-
-Reply plainReply(int status, std::string body = {})
-{
-    Reply reply;
-    reply.status = status;
-    reply.contentType = textType;
-    reply.body = body.empty() ? std::to_string(status) + " " + std::string(reasonPhrase(status)) + "\n" : body;
-    return reply;
-}
 
 // "host:port" as the client reached us, from its Host header; the socket's
 // own address when the header is missing or holds anything but a host name,
@@ -141,7 +129,7 @@ void StationService::installOn(httplib::Server &server)
                [](const httplib::Request &, httplib::Response &response) { response.set_content("pong\n", textType); });
     server.set_error_handler([](const httplib::Request &, httplib::Response &response) {
         if (response.body.empty())
-            response.set_content(plainReply(response.status).body, textType);
+            response.set_content(textReply(response.status).body, textType);
     });
 }
 
@@ -149,21 +137,20 @@ Reply StationService::directoryReply(const httplib::Request &request) const
 {
     Reply reply;
     reply.contentType = xmlType;
-    const std::string mediaType = request.get_param_value("mt");
-    std::size_t limit = longestStationList;
-    if (const auto asked = parseNumber<std::size_t>(request.get_param_value("limit")))
-        limit = std::min(limit, *asked);
+    const DirectoryRequest asked = readDirectoryRequest(request);
     const auto now = TitleSchedule::Clock::now();
-    if (request.has_param("search")) {
-        reply.body = stationListXml(searchStations(catalogue_, request.get_param_value("search"), mediaType, limit),
-                                    titles_, now);
-    } else if (request.has_param("genre")) {
-        const std::string genre = request.get_param_value("genre");
-        const auto stations = foldCase(genre) == "top" ? topStations(catalogue_, mediaType, limit)
-                                                       : stationsOfGenre(catalogue_, genre, mediaType, limit);
-        reply.body = stationListXml(stations, titles_, now);
-    } else {
-        reply.body = genreListXml(catalogue_);
+    switch (asked.kind) {
+    case DirectoryRequest::Kind::search:
+        reply.body = stationListXml(searchStations(catalogue_, asked.text, asked.mediaType, asked.limit), titles_, now);
+        break;
+    case DirectoryRequest::Kind::topList:
+        reply.body = stationListXml(topStations(catalogue_, asked.mediaType, asked.limit), titles_, now);
+        break;
+    case DirectoryRequest::Kind::genre:
+        reply.body =
+            stationListXml(stationsOfGenre(catalogue_, asked.text, asked.mediaType, asked.limit), titles_, now);
+        break;
+    case DirectoryRequest::Kind::genreList: reply.body = genreListXml(catalogue_); break;
     }
     return reply;
 }
@@ -173,7 +160,7 @@ Reply StationService::playlistReply(const httplib::Request &request) const
     const auto id = parseNumber<int>(request.get_param_value("id"));
     const Station *station = id ? catalogue_.find(*id) : nullptr;
     if (station == nullptr)
-        return plainReply(404, "404 Not Found: no station has the id \"" + request.get_param_value("id") + "\"\n");
+        return textReply(404, "no station has the id \"" + request.get_param_value("id") + "\"");
     Reply reply;
     reply.contentType = playlistType;
     reply.body = tuneInPlaylist(*station, authorityOf(request));
@@ -200,13 +187,12 @@ void StationService::serveStream(const httplib::Request &request, httplib::Respo
     const auto id = parseNumber<int>(request.matches[1].str());
     const Station *station = id ? catalogue_.find(*id) : nullptr;
     if (station == nullptr || connection == nullptr)
-        return answer(request, response, plainReply(404, "404 Not Found: no such station\n"));
+        return answer(request, response, textReply(404, "no such station"));
     std::shared_ptr<const Mp3Loop> loop;
     try {
         loop = loops_.loopFor(*station);
     } catch (const EncodingError &error) {
-        return answer(request, response,
-                      plainReply(503, std::string("503 Service Unavailable: ") + error.what() + "\n"));
+        return answer(request, response, textReply(503, error.what()));
     }
     const auto fault = faults_.take(request.path);
     if (fault && !playsStream(fault->kind)) {
@@ -221,7 +207,7 @@ void StationService::addFault(const httplib::Request &request, httplib::Response
     FaultRequest wanted = readFaultRequest(request);
     if (!wanted.rule) {
         response.status = 400;
-        response.set_content("400 Bad Request: " + wanted.refusal + "\n", textType);
+        response.set_content(textReply(400, wanted.refusal).body, textType);
         return;
     }
     faults_.add(std::move(*wanted.rule));
