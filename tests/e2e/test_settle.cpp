@@ -5,6 +5,7 @@
 #include "widget_json.h"
 
 #include "support/station_server_process.h"
+#include "support/test_http_server.h"
 
 #include <httplib.h>
 
@@ -23,28 +24,19 @@ class SlowDirectory
 {
 public:
     explicit SlowDirectory(std::chrono::milliseconds pause)
+        : m_server([pause](httplib::Server &server) {
+              server.Get(".*", [pause](const httplib::Request &, httplib::Response &response) {
+                  std::this_thread::sleep_for(pause);
+                  response.set_content("<stationlist></stationlist>", "text/xml");
+              });
+          })
     {
-        m_server.Get(".*", [pause](const httplib::Request &, httplib::Response &response) {
-            std::this_thread::sleep_for(pause);
-            response.set_content("<stationlist></stationlist>", "text/xml");
-        });
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
     }
-    ~SlowDirectory()
-    {
-        m_server.stop();
-        m_thread.join();
-    }
-    SlowDirectory(const SlowDirectory &) = delete;
-    SlowDirectory &operator=(const SlowDirectory &) = delete;
 
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(m_port); }
+    std::string url() const { return m_server.url(""); }
 
 private:
-    httplib::Server m_server;
-    int m_port = 0;
-    std::thread m_thread;
+    TestHttpServer m_server;
 };
 
 long long waitedMs(Clock::time_point since)

@@ -1,7 +1,8 @@
 #ifndef TARNWAVE_TESTS_INTEGRATION_MEDIA_STREAM_TEST_SERVER_H
 #define TARNWAVE_TESTS_INTEGRATION_MEDIA_STREAM_TEST_SERVER_H
 
-// An in-process HTTP server on an ephemeral loopback port for the media tests:
+// An in-process HTTP server on an ephemeral loopback port for the media tests
+// (a TestHttpServer with these routes):
 //   /radio    an endless MP3 stream with ICY metadata (StreamTitle, sent again
 //             whenever it changes) when the client asks for it with
 //             "Icy-MetaData: 1", paced a little above the bit rate after a
@@ -15,13 +16,14 @@
 #include "icy_stream.h"
 #include "mp3_tone.h"
 
+#include "support/test_http_server.h"
+
 #include <httplib.h>
 
 #include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -48,48 +50,39 @@ public:
     };
 
     explicit StreamTestServer(std::string title = "Test Artist - Test Song")
-        : m_title(std::move(title)), m_tone(encodeToneMp3(1.0))
+        : m_title(std::move(title)), m_tone(encodeToneMp3(1.0)), m_server([this](httplib::Server &server) {
+              server.Get("/radio", [this](const httplib::Request &request, httplib::Response &response) {
+                  serveRadio(request, response);
+              });
+              server.Get("/station", [this](const httplib::Request &request, httplib::Response &response) {
+                  serveStation(request, response);
+              });
+              server.Get("/redirect", [this](const httplib::Request &, httplib::Response &response) {
+                  response.set_redirect(url("/radio"), 302);
+              });
+              server.Get("/short", [this](const httplib::Request &, httplib::Response &response) {
+                  ++m_shortRequests;
+                  response.set_content(m_tone, "audio/mpeg");
+              });
+              server.Get("/page", [](const httplib::Request &, httplib::Response &response) {
+                  std::string page = "<!DOCTYPE html>\n<html><head><title>Station</title></head><body>\n";
+                  for (int i = 0; i < 200; ++i)
+                      page += "<p>This station has moved. Please visit our new home page.</p>\n";
+                  page += "</body></html>\n";
+                  response.set_content(page, "text/html");
+              });
+          })
     {
-        m_server.Get("/radio", [this](const httplib::Request &request, httplib::Response &response) {
-            serveRadio(request, response);
-        });
-        m_server.Get("/station", [this](const httplib::Request &request, httplib::Response &response) {
-            serveStation(request, response);
-        });
-        m_server.Get("/redirect", [this](const httplib::Request &, httplib::Response &response) {
-            response.set_redirect(url("/radio"), 302);
-        });
-        m_server.Get("/short", [this](const httplib::Request &, httplib::Response &response) {
-            ++m_shortRequests;
-            response.set_content(m_tone, "audio/mpeg");
-        });
-        m_server.Get("/page", [](const httplib::Request &, httplib::Response &response) {
-            std::string page = "<!DOCTYPE html>\n<html><head><title>Station</title></head><body>\n";
-            for (int i = 0; i < 200; ++i)
-                page += "<p>This station has moved. Please visit our new home page.</p>\n";
-            page += "</body></html>\n";
-            response.set_content(page, "text/html");
-        });
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        if (m_port <= 0)
-            throw std::runtime_error("cannot bind the test server");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-        // Stopping a server that has not begun to listen yet would leave it listening for good.
-        while (!m_server.is_running())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
-    ~StreamTestServer()
-    {
-        m_stopping = true;
-        m_server.stop();
-        m_thread.join();
-    }
+    // Ends the endless streams, so that the server (the last member, gone
+    // first) stops at once.
+    ~StreamTestServer() { m_stopping = true; }
 
     StreamTestServer(const StreamTestServer &) = delete;
     StreamTestServer &operator=(const StreamTestServer &) = delete;
 
-    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
+    std::string url(const std::string &path) const { return m_server.url(path); }
     std::string title() const
     {
         std::lock_guard lock(m_mutex);
@@ -203,9 +196,6 @@ private:
 
     std::string m_title;
     const std::string m_tone;
-    httplib::Server m_server;
-    int m_port = 0;
-    std::thread m_thread;
     std::atomic<bool> m_stopping{false};
     std::atomic<bool> m_stationResumed{false};
     std::atomic<int> m_metadataRequests{0};
@@ -215,6 +205,8 @@ private:
     StationPlan m_stationPlan;
     std::string m_lastUserAgent;
     std::string m_lastQueryStation;
+    // Last: it serves only while everything above exists.
+    TestHttpServer m_server;
 };
 
 #endif
