@@ -4,6 +4,7 @@
 #include "station_query.h"
 
 #include <algorithm>
+#include <iterator>
 #include <initializer_list>
 #include <unordered_set>
 
@@ -164,9 +165,14 @@ std::string genreListReply(std::string_view tagsJson)
     return genreListXml(genresOf(radiobrowser::parseTags(tagsJson)));
 }
 
-std::string topListReply(std::string_view stationsJson, std::string_view mediaType, std::size_t limit)
+std::string topListReply(const std::vector<std::string> &stationsJsons, std::string_view mediaType, std::size_t limit)
 {
-    return stationListXml(topStations(radiobrowser::parseStations(stationsJson), mediaType, limit));
+    std::vector<radiobrowser::RemoteStation> stations;
+    for (const std::string &json : stationsJsons) {
+        std::vector<radiobrowser::RemoteStation> some = radiobrowser::parseStations(json);
+        stations.insert(stations.end(), std::make_move_iterator(some.begin()), std::make_move_iterator(some.end()));
+    }
+    return stationListXml(topStations(stations, mediaType, limit));
 }
 
 std::string genreStationsReply(std::string_view stationsJson, std::string_view genre, std::string_view mediaType,

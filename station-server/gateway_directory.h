@@ -65,7 +65,9 @@ std::vector<DirectoryEntry> searchStations(const std::vector<radiobrowser::Remot
 // The same from the replies' JSON to the legacy XML or playlist. Each throws
 // radiobrowser::ReplyError when a reply is unusable.
 std::string genreListReply(std::string_view tagsJson);
-std::string topListReply(std::string_view stationsJson, std::string_view mediaType, std::size_t limit);
+// The top list from the replies of one search a codec (audio/aacp is asked
+// for as AAC and as AAC+), taken together.
+std::string topListReply(const std::vector<std::string> &stationsJsons, std::string_view mediaType, std::size_t limit);
 std::string genreStationsReply(std::string_view stationsJson, std::string_view genre, std::string_view mediaType,
                                std::size_t limit);
 std::string searchReply(std::string_view byTagJson, std::string_view byNameJson, std::string_view text,

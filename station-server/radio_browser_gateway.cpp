@@ -1,12 +1,10 @@
 #include "radio_browser_gateway.h"
 
 #include "directory_request.h"
-#include "directory_xml.h"
 #include "gateway_directory.h"
 #include "radio_browser_json.h"
 #include "station_query.h"
 
-#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <vector>
@@ -43,18 +41,6 @@ struct UpstreamPlan
     std::chrono::seconds kept = stationListKept;
 };
 
-// The station lists of several replies in one (audio/aacp is asked for as
-// AAC and as AAC+).
-std::vector<radiobrowser::RemoteStation> stationsOfAll(const std::vector<std::string> &bodies)
-{
-    std::vector<radiobrowser::RemoteStation> stations;
-    for (const std::string &body : bodies) {
-        std::vector<radiobrowser::RemoteStation> some = radiobrowser::parseStations(body);
-        stations.insert(stations.end(), std::make_move_iterator(some.begin()), std::make_move_iterator(some.end()));
-    }
-    return stations;
-}
-
 UpstreamPlan planFor(const DirectoryRequest &asked)
 {
     using Kind = DirectoryRequest::Kind;
@@ -85,7 +71,7 @@ UpstreamPlan planFor(const DirectoryRequest &asked)
         for (const std::string &codec : codecs)
             plan.paths.push_back(stationSearch({{"codec", codec}}));
         plan.make = [asked](const std::vector<std::string> &bodies) {
-            return stationListXml(gateway::topStations(stationsOfAll(bodies), asked.mediaType, asked.limit));
+            return gateway::topListReply(bodies, asked.mediaType, asked.limit);
         };
         break;
     }

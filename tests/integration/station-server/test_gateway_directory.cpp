@@ -52,7 +52,7 @@ std::vector<std::string> genreNames(const std::string &xml)
 std::vector<std::string> topNames(const Json &reply, std::string_view mediaType = "",
                                   std::size_t limit = longestStationList)
 {
-    return namesOf(stationsOf(topListReply(reply.dump(), mediaType, limit)));
+    return namesOf(stationsOf(topListReply({reply.dump()}, mediaType, limit)));
 }
 
 // `shown` is the `kept` highest ranked of `count` made-up names (`prefix` and
@@ -218,7 +218,7 @@ TEST(GatewayDirectory, AStationShowsAsTheLegacyDirectoryShowedIt)
     entry["bitrate"] = 192;
     Json unknownRate = withTags(replies::station(43, "Radio 43", 12), "");
     unknownRate["bitrate"] = 0;
-    const auto stations = stationsOf(topListReply(Json::array({entry, unknownRate}).dump(), "", 500));
+    const auto stations = stationsOf(topListReply({Json::array({entry, unknownRate}).dump()}, "", 500));
     ASSERT_EQ(stations.size(), 2u);
     const XmlElement &shown = stations[0];
     EXPECT_EQ(shown.attributes, (std::map<std::string, std::string>{{"name", "Radio 42"},
@@ -235,7 +235,7 @@ TEST(GatewayDirectory, AStationShowsAsTheLegacyDirectoryShowedIt)
 TEST(GatewayDirectory, NamesAreEscapedAsTheCatalogues)
 {
     const std::string name = "Rock & Roll <Live> \"Best\" 'Hits' Café Müller ★";
-    const std::string xml = topListReply(Json::array({replies::station(1, name, 1)}).dump(), "", 500);
+    const std::string xml = topListReply({Json::array({replies::station(1, name, 1)}).dump()}, "", 500);
     EXPECT_NE(xml.find("name=\"Rock &amp; Roll &lt;Live&gt; &quot;Best&quot; &apos;Hits&apos; Café Müller ★\""),
               std::string::npos)
         << xml;
@@ -254,7 +254,7 @@ TEST(GatewayDirectory, InvalidUtf8StillMakesWellFormedXml)
 {
     const std::string reply = "[{\"stationuuid\": \"ab\", \"name\": \"Caf\xE9\\u0001\\uFFFE\", \"lastcheckok\": 1,"
                               " \"url\": \"http://a/\", \"tags\": \"\xFF\"}]";
-    const auto stations = stationsOf(topListReply(reply, "", 500));
+    const auto stations = stationsOf(topListReply({reply}, "", 500));
     ASSERT_EQ(stations.size(), 1u);
     EXPECT_EQ(stations.front().at("name"), "Caf\uFFFD\uFFFD");
     EXPECT_EQ(stations.front().at("genre"), "\uFFFD");
@@ -351,7 +351,7 @@ TEST(GatewayDirectory, PlaylistComesFromTheAddressReply)
 TEST(GatewayDirectory, AnUnusableReplyIsAnError)
 {
     EXPECT_THROW(genreListReply("{}"), ReplyError);
-    EXPECT_THROW(topListReply("[{]", "", 500), ReplyError);
+    EXPECT_THROW(topListReply({"[{]"}, "", 500), ReplyError);
     EXPECT_THROW(genreStationsReply("\"x\"", "rock", "", 500), ReplyError);
     EXPECT_THROW(searchReply("[]", "nope", "x", "", 500), ReplyError);
     EXPECT_THROW(searchReply("nope", "[]", "x", "", 500), ReplyError);
@@ -365,7 +365,7 @@ TEST(GatewayDirectory, BadEntriesAreSkippedAndTheRestIsListed)
     wrongTypes["bitrate"] = Json::array();
     reply.push_back(wrongTypes);
     reply.push_back(replies::station(1, "good", 10));
-    const auto stations = stationsOf(topListReply(reply.dump(), "", 500));
+    const auto stations = stationsOf(topListReply({reply.dump()}, "", 500));
     EXPECT_EQ(namesOf(stations), (std::vector<std::string>{"good", "wrong types"}));
     EXPECT_EQ(stations[1].at("lc"), "0");
     EXPECT_EQ(stations[1].at("br"), "");
