@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace station {
@@ -119,14 +120,14 @@ RadioBrowserGateway::RadioBrowserGateway(ServerRotation &servers, FetchLimits li
 Reply RadioBrowserGateway::directoryReply(const httplib::Request &request)
 {
     const UpstreamPlan plan = planFor(readDirectoryRequest(request));
-    const ReplyCache::Served served =
+    ReplyCache::Served served =
         plan.paths.empty() ? ReplyCache::Served{true, false, plan.make({}), {}}
                            : cache_.get(plan.key, plan.kept, [&] { return askMirrors(servers_, limits_, plan); });
     if (!served.ok)
         return textReply(502, served.error);
     Reply reply;
     reply.contentType = xmlType;
-    reply.body = served.body;
+    reply.body = std::move(served.body);
     return reply;
 }
 
