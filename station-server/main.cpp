@@ -3,12 +3,14 @@
 
 #include "access_log.h"
 #include "catalogue.h"
+#include "directory_gateway.h"
 #include "faults.h"
 #include "http_server.h"
 #include "live_stream.h"
 #include "loop_cache.h"
 #include "options.h"
 #include "radio_browser_gateway.h"
+#include "shoutcast_gateway.h"
 #include "station_service.h"
 #include "stop_flag.h"
 #include "title_schedule.h"
@@ -98,6 +100,36 @@ private:
     std::thread thread_;
 };
 
+// The gateway --upstream asks for, or null with the refusal. The community
+// directory's mirrors are those given or those its DNS names, asked in an
+// order of this run's own; the log names the upstream, never a key.
+std::unique_ptr<station::DirectoryGateway> makeGateway(const station::ServerOptions &options,
+                                                       std::unique_ptr<station::ServerRotation> &mirrors,
+                                                       station::AccessLog &log, std::string &refusal)
+{
+    if (options.upstream == station::ServerOptions::Upstream::shoutcast) {
+        log.note("a gateway to the SHOUTcast directory at " + options.shoutcast.apiUrl + " (playlists from "
+                 + options.shoutcast.tuneInUrl + ")");
+        return std::make_unique<station::ShoutcastGateway>(options.shoutcast);
+    }
+    std::vector<std::string> servers = options.radioBrowserServers;
+    if (servers.empty()) {
+        std::string why;
+        servers = station::lookUpSrvServers(station::radioBrowserSrvName, why);
+        if (servers.empty()) {
+            refusal = "--upstream radio-browser: " + why + "; name the mirrors with radio-browser=URL,...";
+            return nullptr;
+        }
+    }
+    std::mt19937 random(std::random_device{}());
+    mirrors = std::make_unique<station::ServerRotation>(std::move(servers), random);
+    std::string names;
+    for (const std::string &mirror : mirrors->servers())
+        names += (names.empty() ? "" : ", ") + mirror;
+    log.note("a gateway to the community radio directory at " + names);
+    return std::make_unique<station::RadioBrowserGateway>(*mirrors);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -143,31 +175,19 @@ int main(int argc, char **argv)
         faults.add(rule);
     // Made below when asked for; they outlive the server's workers.
     std::unique_ptr<station::ServerRotation> mirrors;
-    std::unique_ptr<station::RadioBrowserGateway> gateway;
+    std::unique_ptr<station::DirectoryGateway> gateway;
     station::StationHttpServer server(stop, *log, options.workers, options.requestTimeout);
     station::StationService service(*catalogue, titles, loops, faults,
                                     station::LiveStreamSettings{options.metadataInterval, options.burst});
     service.installOn(server);
 
-    // The gateway: the community directory's mirrors, as given or as its DNS
-    // names them, asked in an order of this run's own.
-    if (options.radioBrowser) {
+    if (options.upstream != station::ServerOptions::Upstream::none) {
         station::curlGlobalInit();
-        std::vector<std::string> servers = options.radioBrowserServers;
-        if (servers.empty()) {
-            std::string why;
-            servers = station::lookUpSrvServers(station::radioBrowserSrvName, why);
-            if (servers.empty())
-                return refuse("--upstream radio-browser: " + why + "; name the mirrors with radio-browser=URL,...");
-        }
-        std::mt19937 random(std::random_device{}());
-        mirrors = std::make_unique<station::ServerRotation>(std::move(servers), random);
-        gateway = std::make_unique<station::RadioBrowserGateway>(*mirrors);
+        std::string refusal;
+        gateway = makeGateway(options, mirrors, *log, refusal);
+        if (!gateway)
+            return refuse(refusal);
         service.useGateway(*gateway);
-        std::string names;
-        for (const std::string &mirror : mirrors->servers())
-            names += (names.empty() ? "" : ", ") + mirror;
-        log->note("a gateway to the community radio directory at " + names);
     }
 
     errno = 0;

@@ -4,7 +4,9 @@
 #include "text_encoding.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
+#include <string_view>
 
 namespace station {
 namespace {
@@ -46,30 +48,79 @@ void readListen(const std::string &text, ServerOptions &options)
     options.port = *port;
 }
 
-// --upstream radio-browser[=URL[,URL...]]: each URL an http: or https:
-// address of a mirror, kept without a trailing "/".
-void readUpstream(const std::string &text, ServerOptions &options)
+constexpr const char *upstreamUsage = "--upstream needs radio-browser[=URL,...] or shoutcast=KEY[@URL] (each URL "
+                                      "http:// or https://, KEY of letters, digits and -._~)";
+
+UsageError upstreamRefused(const std::string &given)
 {
-    const std::string usage = "--upstream needs radio-browser or radio-browser=URL[,URL...] (http:// or https://)";
+    return UsageError(std::string(upstreamUsage) + ", not \"" + given + "\"");
+}
+
+// An upstream's address as given on the command line: http: or https:,
+// with a host, without blanks, kept without a trailing "/"; nullopt if not.
+std::optional<std::string> upstreamUrl(std::string url)
+{
+    while (url.ends_with('/'))
+        url.pop_back();
+    const bool web = url.starts_with("http://") || url.starts_with("https://");
+    if (!web || url.find_first_of(" \t\r\n") != std::string::npos || url.find("://") + 3 >= url.size())
+        return std::nullopt;
+    return url;
+}
+
+// radio-browser[=URL[,URL...]]: each URL a mirror.
+void readRadioBrowser(const std::string &text, ServerOptions &options)
+{
     const std::string name = "radio-browser";
-    if (text != name && !text.starts_with(name + "="))
-        throw UsageError(usage + ", not \"" + text + "\"");
-    options.radioBrowser = true;
+    options.upstream = ServerOptions::Upstream::radioBrowser;
     options.radioBrowserServers.clear();
     if (text == name)
         return;
     std::size_t start = name.size() + 1;
     while (start <= text.size()) {
         const std::size_t comma = std::min(text.find(',', start), text.size());
-        std::string url = text.substr(start, comma - start);
-        while (url.ends_with('/'))
-            url.pop_back();
-        const bool web = url.starts_with("http://") || url.starts_with("https://");
-        if (!web || url.find_first_of(" \t\r\n") != std::string::npos || url.find("://") + 3 >= url.size())
-            throw UsageError(usage + ", not \"" + url + "\"");
-        options.radioBrowserServers.push_back(std::move(url));
+        const std::string given = text.substr(start, comma - start);
+        const auto url = upstreamUrl(given);
+        if (!url)
+            throw upstreamRefused(given);
+        options.radioBrowserServers.push_back(*url);
         start = comma + 1;
     }
+}
+
+// shoutcast=KEY[@URL]: a developer key of letters, digits and "-._~" (as
+// it goes into a query unencoded); URL serves both the API and the tune-in
+// playlists.
+void readShoutcast(const std::string &text, ServerOptions &options)
+{
+    const std::string given = text.substr(std::string_view("shoutcast=").size());
+    const std::size_t at = given.find('@');
+    ShoutcastUpstream shoutcast;
+    shoutcast.key = given.substr(0, at);
+    const bool plainKey = !shoutcast.key.empty() && std::all_of(shoutcast.key.begin(), shoutcast.key.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0
+               || std::string_view("-._~").find(c) != std::string_view::npos;
+    });
+    if (!plainKey)
+        throw upstreamRefused(text);
+    if (at != std::string::npos) {
+        const auto url = upstreamUrl(given.substr(at + 1));
+        if (!url)
+            throw upstreamRefused(given.substr(at + 1));
+        shoutcast.apiUrl = *url;
+        shoutcast.tuneInUrl = *url;
+    }
+    options.upstream = ServerOptions::Upstream::shoutcast;
+    options.shoutcast = std::move(shoutcast);
+}
+
+void readUpstream(const std::string &text, ServerOptions &options)
+{
+    if (text == "radio-browser" || text.starts_with("radio-browser="))
+        return readRadioBrowser(text, options);
+    if (text.starts_with("shoutcast="))
+        return readShoutcast(text, options);
+    throw upstreamRefused(text);
 }
 
 } // namespace
@@ -197,6 +248,10 @@ std::string usageText()
                        "                          community radio directory (its mirrors URL,...; by\n"
                        "                          default those its DNS SRV record names), not from the\n"
                        "                          catalogue\n"
+                       "  --upstream shoutcast=KEY[@URL]\n"
+                       "                          a gateway to the SHOUTcast directory's API with your\n"
+                       "                          developer key KEY (at URL instead of api.shoutcast.com,\n"
+                       "                          and its playlists at URL instead of yp.shoutcast.com)\n"
                        "  --help                  this text\n"
                        "\n"
                        "Requests:\n"

@@ -2,6 +2,7 @@
 #define TARNWAVE_STATION_SERVER_OPTIONS_H
 
 #include "faults.h"
+#include "shoutcast_gateway.h"
 
 #include <chrono>
 #include <cstddef>
@@ -31,11 +32,15 @@ struct ServerOptions
     // that sends nothing or a byte at a time holds its connection no longer.
     std::chrono::milliseconds requestTimeout{5000};
     std::filesystem::path logFile; // empty: stderr
-    // --upstream radio-browser[=URL,...]: serve the community radio directory
-    // instead of the catalogue, from these mirrors ("https://host"; empty:
-    // the mirrors its DNS SRV record names).
-    bool radioBrowser = false;
+    // --upstream: serve a live directory instead of the catalogue.
+    enum class Upstream { none, radioBrowser, shoutcast };
+    Upstream upstream = Upstream::none;
+    // radio-browser[=URL,...]: the community directory's mirrors
+    // ("https://host"; empty: the mirrors its DNS SRV record names).
     std::vector<std::string> radioBrowserServers;
+    // shoutcast=KEY[@URL]: the SHOUTcast directory's keyed API, at URL
+    // instead of its own hosts when given.
+    ShoutcastUpstream shoutcast;
     bool help = false;
 };
 

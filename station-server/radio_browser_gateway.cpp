@@ -89,13 +89,13 @@ UpstreamPlan planFor(const DirectoryRequest &asked)
 // Asks each mirror in turn for every path of the plan, until one answers all
 // of them in a way the plan can use; what it made of the bodies, or why no
 // mirror would do.
-ReplyCache::Fetched askMirrors(ServerRotation &servers, const FetchLimits &limits, const UpstreamPlan &plan)
+ReplyCache::Fetched askMirrors(ServerRotation &servers, const FetchBudget &budget, const UpstreamPlan &plan)
 {
     std::string made;
     const ServerRotation::Attempt attempt = servers.tryEach([&](const std::string &base) {
         std::vector<std::string> bodies;
         for (const std::string &path : plan.paths) {
-            FetchResult fetched = fetchUrl(base + path, limits);
+            FetchResult fetched = budget.fetch(base + path);
             if (!fetched.ok)
                 return ServerRotation::Attempt{false, fetched.error};
             bodies.push_back(std::move(fetched.body));
@@ -112,23 +112,18 @@ ReplyCache::Fetched askMirrors(ServerRotation &servers, const FetchLimits &limit
 
 } // namespace
 
-RadioBrowserGateway::RadioBrowserGateway(ServerRotation &servers, FetchLimits limits)
-    : servers_(servers), limits_(limits)
+RadioBrowserGateway::RadioBrowserGateway(ServerRotation &servers, GatewaySettings settings)
+    : servers_(servers), settings_(std::move(settings)), cache_(ReplyCache::defaultCapacity, settings_.now)
 {
 }
 
 Reply RadioBrowserGateway::directoryReply(const httplib::Request &request)
 {
     const UpstreamPlan plan = planFor(readDirectoryRequest(request));
-    ReplyCache::Served served =
-        plan.paths.empty() ? ReplyCache::Served{true, false, plan.make({}), {}}
-                           : cache_.get(plan.key, plan.kept, [&] { return askMirrors(servers_, limits_, plan); });
-    if (!served.ok)
-        return textReply(502, served.error);
-    Reply reply;
-    reply.contentType = xmlType;
-    reply.body = std::move(served.body);
-    return reply;
+    if (plan.paths.empty())
+        return servedReply(ReplyCache::Served{true, false, plan.make({}), {}}, xmlType);
+    const FetchBudget budget(settings_.fetch, settings_.perReply);
+    return servedReply(cache_.get(plan.key, plan.kept, [&] { return askMirrors(servers_, budget, plan); }), xmlType);
 }
 
 Reply RadioBrowserGateway::playlistReply(const httplib::Request &request)
@@ -138,8 +133,9 @@ Reply RadioBrowserGateway::playlistReply(const httplib::Request &request)
         return textReply(404, "no station has the id \"" + id + "\"");
     std::string playlist;
     std::string unknown; // why the mirror that answered has no address for the station
+    const FetchBudget budget(settings_.fetch, settings_.perReply);
     const ServerRotation::Attempt attempt = servers_.tryEach([&](const std::string &base) {
-        const FetchResult fetched = fetchUrl(base + "/json/url/" + id, limits_);
+        const FetchResult fetched = budget.fetch(base + "/json/url/" + id);
         if (!fetched.ok)
             return ServerRotation::Attempt{false, fetched.error};
         try {

@@ -1,8 +1,9 @@
 #ifndef TARNWAVE_STATION_SERVER_RADIO_BROWSER_JSON_H
 #define TARNWAVE_STATION_SERVER_RADIO_BROWSER_JSON_H
 
+#include "upstream_reply_error.h"
+
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,12 +21,7 @@ namespace station::radiobrowser {
 // Numbers beyond the range of a double are refused by the JSON library, and
 // with them the whole reply.
 
-// Why a whole reply could not be used; what() is one line.
-class ReplyError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
+using ReplyError = UpstreamReplyError;
 
 // One entry of GET /json/tags: a tag and how many stations carry it.
 struct Tag

@@ -26,6 +26,8 @@ struct Reply
 inline constexpr const char *xmlType = "text/xml; charset=utf-8";
 inline constexpr const char *textType = "text/plain; charset=utf-8";
 inline constexpr const char *playlistType = "audio/x-scpls";
+// XML passed on as an upstream sent it, in the encoding its declaration names.
+inline constexpr const char *declaredXmlType = "text/xml";
 
 std::string_view reasonPhrase(int status);
 

@@ -23,7 +23,9 @@ class ReplyCache
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit ReplyCache(std::size_t capacity = 256, std::function<Clock::time_point()> now = Clock::now);
+    static constexpr std::size_t defaultCapacity = 256;
+
+    explicit ReplyCache(std::size_t capacity = defaultCapacity, std::function<Clock::time_point()> now = Clock::now);
 
     // What fetching a reply gave: the body, or one line saying why not.
     struct Fetched

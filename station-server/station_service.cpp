@@ -1,12 +1,12 @@
 #include "station_service.h"
 
 #include "connection.h"
+#include "directory_gateway.h"
 #include "directory_request.h"
 #include "directory_xml.h"
 #include "fault_reply.h"
 #include "parse_number.h"
 #include "playlist.h"
-#include "radio_browser_gateway.h"
 #include "station_query.h"
 
 #include <algorithm>

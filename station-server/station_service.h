@@ -13,7 +13,7 @@
 
 namespace station {
 
-class RadioBrowserGateway;
+class DirectoryGateway;
 
 // The server's requests (listed in --help): the directory, tune-in
 // playlists, live streams and the fault control endpoint. Every request except
@@ -27,7 +27,7 @@ public:
     void installOn(httplib::Server &server);
     // From now on the directory and its playlists come from `gateway`, not
     // from the catalogue (--upstream); streams and faults stay as they are.
-    void useGateway(RadioBrowserGateway &gateway) { gateway_ = &gateway; }
+    void useGateway(DirectoryGateway &gateway) { gateway_ = &gateway; }
 
     // The replies as they are when nothing is spoilt.
     Reply directoryReply(const httplib::Request &request) const;
@@ -43,7 +43,7 @@ private:
     LoopCache &loops_;
     FaultTable &faults_;
     LiveStreamSettings streams_;
-    RadioBrowserGateway *gateway_ = nullptr;
+    DirectoryGateway *gateway_ = nullptr;
 };
 
 } // namespace station

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -100,6 +101,26 @@ FetchResult fetchUrl(const std::string &url, const FetchLimits &limits)
     result.ok = true;
     result.body = std::move(download.body);
     return result;
+}
+
+FetchBudget::FetchBudget(const FetchLimits &limits, std::chrono::milliseconds total)
+    : limits_(limits), total_(total), deadline_(Clock::now() + total)
+{
+}
+
+FetchResult FetchBudget::fetch(const std::string &url) const
+{
+    using std::chrono::milliseconds;
+    const milliseconds left = std::chrono::duration_cast<milliseconds>(deadline_ - Clock::now());
+    if (left < milliseconds(1)) {
+        FetchResult spent;
+        spent.error = "not asked, for the whole reply must come within " + seconds(total_) + ": " + url;
+        return spent;
+    }
+    FetchLimits limits = limits_;
+    limits.whole = std::min(limits.whole, left);
+    limits.connect = std::min(limits.connect, left);
+    return fetchUrl(url, limits);
 }
 
 } // namespace station

@@ -40,6 +40,28 @@ void curlGlobalInit();
 
 FetchResult fetchUrl(const std::string &url, const FetchLimits &limits = {});
 
+// The time that one reply of the gateway may spend on its upstream, shared by
+// every request it makes there (several lists, several mirrors in turn). The
+// box breaks a directory request off after 30 s without a byte, so a reply
+// that needs more than one upstream request must still come well within
+// that, be it only a 502 or a kept copy. Each fetch runs with `limits`, its
+// whole time cut to what is left; once nothing is left, a fetch fails at
+// once without asking.
+class FetchBudget
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    FetchBudget(const FetchLimits &limits, std::chrono::milliseconds total);
+
+    FetchResult fetch(const std::string &url) const;
+
+private:
+    const FetchLimits limits_;
+    const std::chrono::milliseconds total_;
+    const Clock::time_point deadline_;
+};
+
 } // namespace station
 
 #endif

@@ -83,6 +83,15 @@ int FakeRadioDirectory::requests(const std::string &path) const
     return found == requests_.end() ? 0 : found->second;
 }
 
+FakeRadioDirectory::~FakeRadioDirectory()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        closed_ = true;
+    }
+    closing_.notify_all();
+}
+
 std::vector<std::string> FakeRadioDirectory::searches() const
 {
     const std::lock_guard lock(mutex_);
@@ -95,10 +104,17 @@ void FakeRadioDirectory::answerBroken(std::string text)
     broken_ = std::move(text);
 }
 
-std::string FakeRadioDirectory::count(const std::string &path)
+void FakeRadioDirectory::answerSlowly(std::chrono::milliseconds delay)
 {
     const std::lock_guard lock(mutex_);
+    delay_ = delay;
+}
+
+std::string FakeRadioDirectory::count(const std::string &path)
+{
+    std::unique_lock lock(mutex_);
     ++requests_[path];
+    closing_.wait_for(lock, delay_, [this] { return closed_; });
     return broken_;
 }
 

@@ -5,11 +5,13 @@
 // the gateway's tests: the subset the gateway uses (tags by station count,
 // the station search by tag, name and codec, most clicked first, and the
 // address of a station, which counts a click), over a few stations of the
-// test's own. It can be told to answer broken JSON. No test reaches the
-// internet.
+// test's own. It can be told to answer broken JSON, or slowly. No test
+// reaches the internet.
 
 #include "support/test_http_server.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <string>
@@ -33,6 +35,10 @@ class FakeRadioDirectory
 {
 public:
     explicit FakeRadioDirectory(std::vector<FakeStation> stations);
+    // Ends any reply still waiting (answerSlowly) before the server stops.
+    ~FakeRadioDirectory();
+    FakeRadioDirectory(const FakeRadioDirectory &) = delete;
+    FakeRadioDirectory &operator=(const FakeRadioDirectory &) = delete;
 
     std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(server_.port()); }
     // How often each path was asked for ("/json/tags", "/json/stations/search", "/json/url/UUID").
@@ -41,6 +47,8 @@ public:
     std::vector<std::string> searches() const;
     // From now on every reply is this text instead of JSON.
     void answerBroken(std::string text);
+    // From now on every reply waits this long before it is sent.
+    void answerSlowly(std::chrono::milliseconds delay);
 
 private:
     // Counts the request; the broken text to answer instead, if any.
@@ -53,6 +61,9 @@ private:
     std::map<std::string, int> requests_;
     std::vector<std::string> searches_;
     std::string broken_;
+    std::chrono::milliseconds delay_{0};
+    std::condition_variable closing_;
+    bool closed_ = false;
     TestHttpServer server_;
 };
 
