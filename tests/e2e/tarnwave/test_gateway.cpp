@@ -7,6 +7,7 @@
 
 #include "emulator_process.h"
 #include "fake_radio_directory.h"
+#include "fake_shoutcast_directory.h"
 #include "tarnwave_screen.h"
 
 #include "support/station_server_process.h"
@@ -57,6 +58,39 @@ TEST_F(Gateway, AGenreShowsItsWorkingStationsAndOkPlaysOneThroughTheDirectorysAd
         return textStartingWith(widgets, "title: ") == "title: " + songTitle;
     })) << screen.widgets();
     EXPECT_EQ(directory.requests("/json/url/9f1c-0001"), 1) << "starting a station counts one click";
+}
+
+} // namespace
+
+namespace {
+
+// The same through the SHOUTcast directory's keyed API: its lists pass
+// through the gateway, and the playlist (with CRLF line ends, as the
+// directory writes it) comes from its tune-in host by way of the gateway.
+class ShoutcastGateway : public ::testing::Test
+{
+protected:
+    StationServerProcess streams{{"--title", songTitle}};
+    FakeShoutcastDirectory directory{
+        "e2e-key",
+        {{"3001", "Shoutcast Jazz & Co", "audio/mpeg", 128, "Jazz", 70, streams.baseUrl() + "/stream/38869"},
+         {"3002", "Shoutcast Rock", "audio/mpeg", 192, "Rock", 20, streams.baseUrl() + "/stream/60415"}}};
+    EmulatorProcess emulator{
+        {"--plugin", TARNWAVE_PLUGIN_PATH, "--upstream", "shoutcast=e2e-key@" + directory.baseUrl()}};
+    Screen screen{emulator};
+};
+
+TEST_F(ShoutcastGateway, AGenresStationPlaysThroughTheDirectorysPlaylist)
+{
+    const std::string station = screen.playFirstStationOfFirstGenre();
+    EXPECT_EQ(station, "Shoutcast Jazz & Co");
+    ASSERT_TRUE(screen.waitForPlayIcon()) << screen.widgets();
+    EXPECT_TRUE(screen.waitFor([](const std::string &widgets) {
+        return textStartingWith(widgets, "title: ") == "title: " + songTitle;
+    })) << screen.widgets();
+    EXPECT_EQ(directory.requestsFor("/legacy/genrelist"), 1);
+    EXPECT_EQ(directory.requestsFor("/legacy/stationsearch"), 1); // a genre is searched for
+    EXPECT_EQ(directory.requestsFor("/sbin/tunein-station.pls"), 1);
 }
 
 } // namespace
