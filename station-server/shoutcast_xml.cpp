@@ -34,6 +34,19 @@ bool isPlainPath(std::string_view text)
               });
 }
 
+// An element name for a message: at most 40 bytes, cut before a character
+// that would not fit whole (expat gives names in UTF-8).
+std::string shortName(const std::string &name)
+{
+    constexpr std::size_t longest = 40;
+    if (name.size() <= longest)
+        return name;
+    std::size_t cut = longest;
+    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
+        --cut;
+    return name.substr(0, cut) + "...";
+}
+
 class TuneInFinder
 {
 public:
@@ -89,7 +102,7 @@ PassedReply passOn(std::string_view xml, std::string_view root, std::string_view
                          + XML_ErrorString(XML_GetErrorCode(parser.get())) + ")");
     }
     if (finder.root != root)
-        throw ReplyError("the reply is <" + finder.root + ">, not <" + std::string(root) + ">");
+        throw ReplyError("the reply is <" + shortName(finder.root) + ">, not <" + std::string(root) + ">");
 
     PassedReply passed;
     passed.tuneInBase = finder.tuneInBase;

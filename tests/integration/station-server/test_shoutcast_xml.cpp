@@ -90,6 +90,23 @@ TEST(ShoutcastXml, AReplyWhoseRootIsAnotherIsRefusedNamingIt)
     }
 }
 
+TEST(ShoutcastXml, ALongRootNameIsShortenedInTheRefusal)
+{
+    const std::string name = "h" + std::string(200, 'x') + "\xC3\xA9";
+    try {
+        passOn("<" + name + "/>", "genrelist", ownBase);
+        FAIL() << "passed on";
+    } catch (const ReplyError &error) {
+        EXPECT_EQ(std::string(error.what()), "the reply is <h" + std::string(39, 'x') + "...>, not <genrelist>");
+    }
+    try {
+        passOn("<" + std::string(39, 'x') + "\xC3\xA9\xC3\xA9/>", "genrelist", ownBase);
+        FAIL() << "passed on";
+    } catch (const ReplyError &error) {
+        EXPECT_EQ(std::string(error.what()), "the reply is <" + std::string(39, 'x') + "...>, not <genrelist>");
+    }
+}
+
 TEST(ShoutcastXml, AReplyWithNulBytesIsRefused)
 {
     const std::string utf16("<\0s\0/\0>\0", 8);
