@@ -92,6 +92,12 @@ FakeRadioDirectory::~FakeRadioDirectory()
     closing_.notify_all();
 }
 
+bool FakeRadioDirectory::waitForRequest(const std::string &path, std::chrono::milliseconds limit) const
+{
+    std::unique_lock lock(mutex_);
+    return asked_.wait_for(lock, limit, [&] { return requests_.contains(path); });
+}
+
 std::vector<std::string> FakeRadioDirectory::searches() const
 {
     const std::lock_guard lock(mutex_);
@@ -114,6 +120,7 @@ std::string FakeRadioDirectory::count(const std::string &path)
 {
     std::unique_lock lock(mutex_);
     ++requests_[path];
+    asked_.notify_all();
     closing_.wait_for(lock, delay_, [this] { return closed_; });
     return broken_;
 }

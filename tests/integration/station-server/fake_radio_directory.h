@@ -43,6 +43,8 @@ public:
     std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(server_.port()); }
     // How often each path was asked for ("/json/tags", "/json/stations/search", "/json/url/UUID").
     int requests(const std::string &path) const;
+    // Waits until `path` has been asked for at least once; false after `limit`.
+    bool waitForRequest(const std::string &path, std::chrono::milliseconds limit = std::chrono::seconds(5)) const;
     // The query of every station search, in order ("codec=MP3&...").
     std::vector<std::string> searches() const;
     // From now on every reply is this text instead of JSON.
@@ -63,6 +65,7 @@ private:
     std::string broken_;
     std::chrono::milliseconds delay_{0};
     std::condition_variable closing_;
+    mutable std::condition_variable asked_;
     bool closed_ = false;
     TestHttpServer server_;
 };

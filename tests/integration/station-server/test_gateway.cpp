@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <string>
 #include <vector>
 
@@ -176,6 +178,18 @@ TEST_F(Gateway, AKeptCopyIsServedWhileTheUpstreamIsBroken)
     const HttpReply again = get("/sbin/newxml.phtml?search=jazz");
     EXPECT_EQ(again.status, 200);
     EXPECT_EQ(again.body, first.body);
+}
+
+TEST_F(Gateway, WhileTheUpstreamIsSlowOtherRequestsAreServed)
+{
+    directory.answerSlowly(std::chrono::seconds(2));
+    auto slow = std::async(std::launch::async, [this] { return get("/sbin/newxml.phtml"); });
+    ASSERT_TRUE(directory.waitForRequest("/json/tags"));
+    EXPECT_EQ(get("/control/ping").status, 200);
+    EXPECT_NE(slow.wait_for(std::chrono::seconds(0)), std::future_status::ready) << "answered before the upstream";
+    const HttpReply reply = slow.get();
+    EXPECT_EQ(reply.status, 200) << reply.body;
+    EXPECT_NE(at(reply.body, "<genre name=\"jazz\"/>"), std::string::npos) << reply.body;
 }
 
 TEST(GatewayMirrors, AMirrorThatIsDownIsPassedOver)
