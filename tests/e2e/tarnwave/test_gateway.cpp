@@ -4,6 +4,7 @@
 // station server of the test's own. The genre list comes from the
 // directory's tags, a genre's stations from its search, and OK plays the
 // station through the address the directory gives, which counts a click.
+// The same against a fake SHOUTcast directory (--upstream shoutcast=KEY@URL).
 
 #include "emulator_process.h"
 #include "fake_radio_directory.h"
