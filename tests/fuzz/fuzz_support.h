@@ -45,4 +45,15 @@ std::string printable(std::string_view bytes);
             ::fuzz::fail(__FILE__, __LINE__, std::string(#condition ": ") + (what));                                   \
     } while (false)
 
+namespace fuzz {
+
+// Checks why outside input was refused: one line of at most 300 bytes.
+inline void checkRefusal(std::string_view reason)
+{
+    FUZZ_CHECK(!reason.empty() && reason.size() <= 300, printable(reason));
+    FUZZ_CHECK(reason.find_first_of("\r\n") == std::string_view::npos, printable(reason));
+}
+
+} // namespace fuzz
+
 #endif

@@ -1,16 +1,12 @@
 #include "fake_radio_directory.h"
 
+#include "station_query.h"
+
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
-#include <cctype>
 
 namespace {
-
-std::string lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 std::vector<std::string> split(const std::string &tags)
 {
@@ -25,25 +21,20 @@ std::vector<std::string> split(const std::string &tags)
     return parts;
 }
 
-std::string quoted(const std::string &text)
+nlohmann::json stationJson(const FakeStation &station)
 {
-    std::string json = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\')
-            json += '\\';
-        json += c;
-    }
-    return json + "\"";
-}
-
-std::string stationJson(const FakeStation &station)
-{
-    return "{\"stationuuid\":" + quoted(station.uuid) + ",\"name\":" + quoted(station.name)
-           + ",\"url\":" + quoted(station.url) + ",\"url_resolved\":" + quoted(station.resolvedUrl)
-           + ",\"tags\":" + quoted(station.tags) + ",\"codec\":" + quoted(station.codec)
-           + ",\"bitrate\":" + std::to_string(station.bitrate) + ",\"hls\":" + (station.hls ? "1" : "0")
-           + ",\"lastcheckok\":" + (station.working ? "1" : "0") + ",\"clickcount\":" + std::to_string(station.clicks)
-           + ",\"votes\":3,\"countrycode\":\"DE\"}";
+    return {{"stationuuid", station.uuid},
+            {"name", station.name},
+            {"url", station.url},
+            {"url_resolved", station.resolvedUrl},
+            {"tags", station.tags},
+            {"codec", station.codec},
+            {"bitrate", station.bitrate},
+            {"hls", station.hls ? 1 : 0},
+            {"lastcheckok", station.working ? 1 : 0},
+            {"clickcount", station.clicks},
+            {"votes", 3},
+            {"countrycode", "DE"}};
 }
 
 } // namespace
@@ -68,9 +59,12 @@ FakeRadioDirectory::FakeRadioDirectory(std::vector<FakeStation> stations)
                   return;
               }
               const std::string url = station->resolvedUrl.empty() ? station->url : station->resolvedUrl;
-              response.set_content("{\"ok\":true,\"message\":\"retrieved station url\",\"stationuuid\":" + quoted(uuid)
-                                       + ",\"name\":" + quoted(station->name) + ",\"url\":" + quoted(url) + "}",
-                                   "application/json");
+              const nlohmann::json reply{{"ok", true},
+                                         {"message", "retrieved station url"},
+                                         {"stationuuid", uuid},
+                                         {"name", station->name},
+                                         {"url", url}};
+              response.set_content(reply.dump(), "application/json");
           });
       })
 {
@@ -131,15 +125,14 @@ std::string FakeRadioDirectory::tagsJson() const
     std::map<std::string, int> counts;
     for (const FakeStation &station : stations_)
         if (station.working)
-            for (const std::string &tag : split(lower(station.tags)))
+            for (const std::string &tag : split(station::foldCase(station.tags)))
                 ++counts[tag];
     std::vector<std::pair<std::string, int>> tags(counts.begin(), counts.end());
     std::stable_sort(tags.begin(), tags.end(), [](const auto &a, const auto &b) { return a.second > b.second; });
-    std::string json = "[";
+    nlohmann::json json = nlohmann::json::array();
     for (const auto &[name, stationCount] : tags)
-        json += (json.size() > 1 ? "," : "") + std::string("{\"name\":") + quoted(name)
-                + ",\"stationcount\":" + std::to_string(stationCount) + "}";
-    return json + "]";
+        json.push_back({{"name", name}, {"stationcount", stationCount}});
+    return json.dump();
 }
 
 std::string FakeRadioDirectory::searchJson(const httplib::Request &request)
@@ -151,26 +144,26 @@ std::string FakeRadioDirectory::searchJson(const httplib::Request &request)
             query += (query.empty() ? "" : "&") + name + "=" + value;
         searches_.push_back(query);
     }
-    const std::string tag = lower(request.get_param_value("tag"));
-    const std::string name = lower(request.get_param_value("name"));
+    const std::string tag = station::foldCase(request.get_param_value("tag"));
+    const std::string name = station::foldCase(request.get_param_value("name"));
     const std::string codec = request.get_param_value("codec");
     std::vector<const FakeStation *> found;
     for (const FakeStation &station : stations_) {
         if (request.get_param_value("hidebroken") == "true" && !station.working)
             continue;
-        if (!codec.empty() && lower(station.codec) != lower(codec))
+        if (!codec.empty() && station::foldCase(station.codec) != station::foldCase(codec))
             continue;
-        if (!name.empty() && lower(station.name).find(name) == std::string::npos)
+        if (!name.empty() && station::foldCase(station.name).find(name) == std::string::npos)
             continue;
-        const std::vector<std::string> tags = split(lower(station.tags));
+        const std::vector<std::string> tags = split(station::foldCase(station.tags));
         if (!tag.empty() && std::find(tags.begin(), tags.end(), tag) == tags.end())
             continue;
         found.push_back(&station);
     }
     std::stable_sort(found.begin(), found.end(),
                      [](const FakeStation *a, const FakeStation *b) { return a->clicks > b->clicks; });
-    std::string json = "[";
+    nlohmann::json json = nlohmann::json::array();
     for (const FakeStation *station : found)
-        json += (json.size() > 1 ? "," : "") + stationJson(*station);
-    return json + "]";
+        json.push_back(stationJson(*station));
+    return json.dump();
 }

@@ -1,50 +1,11 @@
 #include "fake_shoutcast_directory.h"
 
+#include "directory_xml.h"
+#include "station_query.h"
+#include "text_encoding.h"
+
 #include <algorithm>
-#include <cctype>
 #include <set>
-
-namespace {
-
-std::string lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-std::string escaped(const std::string &text)
-{
-    std::string xml;
-    for (const char c : text) {
-        switch (c) {
-        case '&': xml += "&amp;"; break;
-        case '<': xml += "&lt;"; break;
-        case '>': xml += "&gt;"; break;
-        case '"': xml += "&quot;"; break;
-        default: xml += c;
-        }
-    }
-    return xml;
-}
-
-// UTF-8 to ISO-8859-1 for the characters up to U+00FF (the tests use no others).
-std::string latin1(const std::string &utf8)
-{
-    std::string text;
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(utf8[i]);
-        if ((byte == 0xC2 || byte == 0xC3) && i + 1 < utf8.size()) {
-            text += static_cast<char>(((byte & 0x03) << 6) | (static_cast<unsigned char>(utf8[i + 1]) & 0x3F));
-            ++i;
-        } else {
-            text += static_cast<char>(byte);
-        }
-    }
-    return text;
-}
-
-} // namespace
 
 FakeShoutcastDirectory::FakeShoutcastDirectory(std::string key, std::vector<FakeShoutcastStation> stations,
                                                std::string tuneInBase)
@@ -111,20 +72,21 @@ void FakeShoutcastDirectory::list(const httplib::Request &request, httplib::Resp
             genres.insert(station.genre);
         std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<genrelist>\n";
         for (const std::string &genre : genres)
-            xml += "<genre name=\"" + escaped(genre) + "\"></genre>\n";
+            xml += "<genre name=\"" + station::escapeAttribute(genre) + "\"></genre>\n";
         response.set_content(xml + "</genrelist>\n", "text/xml");
         return;
     }
     const std::string mediaType = request.get_param_value("mt");
-    const std::string search = lower(request.get_param_value("search"));
-    const std::string genre = lower(request.get_param_value("genre"));
+    const std::string search = station::foldCase(request.get_param_value("search"));
+    const std::string genre = station::foldCase(request.get_param_value("genre"));
     std::vector<const FakeShoutcastStation *> found;
     for (const FakeShoutcastStation &station : stations_) {
         if (!mediaType.empty() && station.mediaType != mediaType)
             continue;
-        if (request.path == "/legacy/stationsearch" && lower(station.name).find(search) == std::string::npos)
+        if (request.path == "/legacy/stationsearch"
+            && station::foldCase(station.name).find(search) == std::string::npos)
             continue;
-        if (request.path == "/legacy/genresearch" && lower(station.genre) != genre)
+        if (request.path == "/legacy/genresearch" && station::foldCase(station.genre) != genre)
             continue;
         found.push_back(&station);
     }
@@ -144,12 +106,13 @@ std::string FakeShoutcastDirectory::stationListXml(const std::vector<const FakeS
                       + "\" standalone=\"yes\"?>\n<stationlist>\n<tunein base=\"" + tuneInBase_
                       + "\" base-m3u=\"/sbin/tunein-station.m3u\" base-xspf=\"/sbin/tunein-station.xspf\"/>\n";
     for (const FakeShoutcastStation *station : stations) {
-        xml += "<station name=\"" + escaped(station->name) + "\" mt=\"" + station->mediaType + "\" id=\"" + station->id
-               + "\" br=\"" + std::to_string(station->bitrate) + "\" genre=\"" + escaped(station->genre) + "\" lc=\""
-               + std::to_string(station->listeners) + "\"></station>\n";
+        xml += "<station name=\"" + station::escapeAttribute(station->name) + "\" mt=\"" + station->mediaType
+               + "\" id=\"" + station->id + "\" br=\"" + std::to_string(station->bitrate) + "\" genre=\""
+               + station::escapeAttribute(station->genre) + "\" lc=\"" + std::to_string(station->listeners)
+               + "\"></station>\n";
     }
     xml += "</stationlist>\n";
-    return inLatin1 ? latin1(xml) : xml;
+    return inLatin1 ? station::latin1FromUtf8(xml) : xml;
 }
 
 void FakeShoutcastDirectory::playlist(const httplib::Request &request, httplib::Response &response)
