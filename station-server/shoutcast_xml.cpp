@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace station::shoutcast {
@@ -57,9 +58,15 @@ public:
         static_cast<TuneInFinder *>(self)->start(name, attributes);
     }
 
+    static void XMLCALL onDoctype(void *self, const XML_Char *, const XML_Char *, const XML_Char *, int)
+    {
+        static_cast<TuneInFinder *>(self)->refuse("the reply declares a document type");
+    }
+
     std::string root;
     std::vector<TagSpan> tuneIns;
     std::string tuneInBase;
+    std::string refusal; // why the reply cannot be passed on, though well-formed
 
 private:
     void start(std::string_view name, const XML_Char **attributes)
@@ -68,6 +75,10 @@ private:
             root = name;
         if (name != "tunein")
             return;
+        // Only a tag that stands in the reply's own bytes can be spliced; one
+        // from an entity cannot (no DOCTYPE gets this far, but to be sure).
+        if (XML_GetCurrentByteCount(parser_) <= 0)
+            return refuse("a tunein element comes from an entity");
         tuneIns.push_back({static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_)),
                            static_cast<std::size_t>(XML_GetCurrentByteCount(parser_))});
         tuneInBase.clear();
@@ -75,6 +86,12 @@ private:
             if (std::string_view(attribute[0]) == "base" && isPlainPath(attribute[1]))
                 tuneInBase = attribute[1];
         }
+    }
+
+    void refuse(std::string why)
+    {
+        refusal = std::move(why);
+        XML_StopParser(parser_, XML_FALSE);
     }
 
     XML_Parser parser_;
@@ -97,7 +114,13 @@ PassedReply passOn(std::string_view xml, std::string_view root, std::string_view
     TuneInFinder finder(parser.get());
     XML_SetUserData(parser.get(), &finder);
     XML_SetStartElementHandler(parser.get(), &TuneInFinder::onStart);
-    if (XML_Parse(parser.get(), xml.data(), static_cast<int>(xml.size()), XML_TRUE) != XML_STATUS_OK) {
+    // The directory's lists declare no document type. One that does could
+    // define entities, whose elements have no bytes of their own to splice.
+    XML_SetStartDoctypeDeclHandler(parser.get(), &TuneInFinder::onDoctype);
+    const XML_Status status = XML_Parse(parser.get(), xml.data(), static_cast<int>(xml.size()), XML_TRUE);
+    if (!finder.refusal.empty())
+        throw ReplyError(finder.refusal);
+    if (status != XML_STATUS_OK) {
         throw ReplyError("no well-formed XML (line " + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ": "
                          + XML_ErrorString(XML_GetErrorCode(parser.get())) + ")");
     }

@@ -7,8 +7,8 @@
 // made to name the gateway's own tune-in path: the box then asks the gateway
 // for a station's playlist, and the gateway asks the directory's tune-in host
 // under the base the directory named. The replies come from outside: one that
-// is not well-formed XML (in the encoding it declares), or whose root is not
-// the list asked for, is refused whole.
+// is not well-formed XML (in the encoding it declares), declares a document
+// type, or whose root is not the list asked for, is refused whole.
 
 #include "upstream_reply_error.h"
 
@@ -32,8 +32,8 @@ struct PassedReply
 
 // `xml` with the attributes of every tunein element replaced by base="`ownBase`"
 // (the gateway serves no .m3u or .xspf bases); everything else as it came.
-// Throws ReplyError when it is not well-formed or its root is not `root`
-// ("genrelist", "stationlist").
+// Throws ReplyError when it is not well-formed, declares a document type or
+// its root is not `root` ("genrelist", "stationlist").
 PassedReply passOn(std::string_view xml, std::string_view root, std::string_view ownBase);
 
 // True for a station id of the directory: 1 to 18 decimal digits.

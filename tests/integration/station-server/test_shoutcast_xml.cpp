@@ -107,13 +107,22 @@ TEST(ShoutcastXml, ALongRootNameIsShortenedInTheRefusal)
               "the reply is <" + std::string(39, 'x') + "...>, not <genrelist>");
 }
 
+TEST(ShoutcastXml, ADocumentTypeIsRefusedSoThatNoTuneInHidesInAnEntity)
+{
+    EXPECT_EQ(refusalOf("<?xml version=\"1.0\"?><!DOCTYPE stationlist [<!ENTITY t \"<tunein base='http://evil/x'/>\">]>"
+                        "<stationlist>&t;<station id=\"1\"/></stationlist>",
+                        "stationlist"),
+              "the reply declares a document type");
+    EXPECT_EQ(refusalOf("<!DOCTYPE stationlist><stationlist/>", "stationlist"), "the reply declares a document type");
+}
+
 TEST(ShoutcastXml, AReplyWithNulBytesIsRefused)
 {
     const std::string utf16("<\0s\0/\0>\0", 8);
     EXPECT_THROW(passOn(utf16, "s", ownBase), ReplyError);
 }
 
-TEST(ShoutcastXml, AnEntityBombIsRefused)
+TEST(ShoutcastXml, AnEntityBombIsRefusedUnexpanded)
 {
     std::string xml = "<?xml version=\"1.0\"?><!DOCTYPE s [<!ENTITY a \"aaaaaaaaaa\">";
     char previous = 'a';
@@ -125,7 +134,7 @@ TEST(ShoutcastXml, AnEntityBombIsRefused)
         previous = name;
     }
     xml += "]><stationlist><station name=\"&k;\"/></stationlist>";
-    EXPECT_THROW(passOn(xml, "stationlist", ownBase), ReplyError);
+    EXPECT_EQ(refusalOf(xml, "stationlist"), "the reply declares a document type");
 }
 
 TEST(ShoutcastXml, StationIdsAreDigits)
