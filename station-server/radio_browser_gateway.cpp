@@ -140,8 +140,11 @@ Reply RadioBrowserGateway::playlistReply(const httplib::Request &request)
             return ServerRotation::Attempt{false, fetched.error};
         try {
             playlist = gateway::playlistReply(fetched.body);
-        } catch (const radiobrowser::ReplyError &error) {
+        } catch (const radiobrowser::NoStationAddress &error) {
             unknown = error.what();
+        } catch (const radiobrowser::ReplyError &error) {
+            // Not an answer about the station: the next mirror may give one.
+            return ServerRotation::Attempt{false, base + " answered unusably: " + error.what()};
         }
         return ServerRotation::Attempt{true, {}};
     });

@@ -252,14 +252,15 @@ StationAddress parseStationAddress(std::string_view json)
     requireType(parsed, Json::value_t::object, "url");
     if (flagOf(fieldOf(parsed, "ok")) != true) {
         const auto message = textOf(parsed, "message");
-        throw ReplyError("the url reply does not say ok" + (message ? ": " + quotable(*message) : std::string()));
+        throw NoStationAddress("the url reply does not say ok" + (message ? ": " + quotable(*message) : std::string()));
     }
     const auto url = textOf(parsed, "url");
     if (!url)
-        throw ReplyError("the url reply has no url");
+        throw NoStationAddress("the url reply has no url");
     auto address = streamAddress(*url);
     if (!address)
-        throw ReplyError("the url reply's address is not a usable http: or https: address: \"" + quotable(*url) + "\"");
+        throw NoStationAddress("the url reply's address is not a usable http: or https: address: \"" + quotable(*url)
+                               + "\"");
     return StationAddress{std::move(*address), textOf(parsed, "name").value_or("")};
 }
 

@@ -23,6 +23,14 @@ namespace station::radiobrowser {
 
 using ReplyError = UpstreamReplyError;
 
+// A reply that is usable but says the station has no address to play: the
+// directory does not know it ("ok" not true), or gives none or none usable.
+class NoStationAddress : public ReplyError
+{
+public:
+    using ReplyError::ReplyError;
+};
+
 // One entry of GET /json/tags: a tag and how many stations carry it.
 struct Tag
 {
@@ -79,8 +87,8 @@ std::optional<std::string> streamAddress(std::string_view text);
 // Each throws ReplyError when the whole reply is unusable.
 std::vector<Tag> parseTags(std::string_view json);
 std::vector<RemoteStation> parseStations(std::string_view json);
-// Also throws when the reply says "ok" is not true, or its "url" is not an
-// usable streamAddress.
+// Throws NoStationAddress when the reply says "ok" is not true, or its
+// "url" is not a usable streamAddress.
 StationAddress parseStationAddress(std::string_view json);
 
 } // namespace station::radiobrowser

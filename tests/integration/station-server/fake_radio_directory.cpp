@@ -51,7 +51,8 @@ FakeRadioDirectory::FakeRadioDirectory(std::vector<FakeStation> stations)
           });
           routes.Get(R"(/json/url/([^/]+))", [this](const httplib::Request &request, httplib::Response &response) {
               const std::string uuid = request.matches[1];
-              count("/json/url/" + uuid);
+              if (const std::string broken = count("/json/url/" + uuid); !broken.empty())
+                  return response.set_content(broken, "application/json");
               const auto station = std::find_if(stations_.begin(), stations_.end(),
                                                 [&](const FakeStation &each) { return each.uuid == uuid; });
               if (station == stations_.end()) {

@@ -151,6 +151,14 @@ TEST_F(Gateway, AnUnknownIdIs404)
     EXPECT_EQ(directory.requests("/json/tags"), 0);
 }
 
+TEST_F(Gateway, APlaylistFromABrokenDirectoryIs502NotAnUnknownStation)
+{
+    directory.answerBroken("<html>maintenance</html>");
+    const HttpReply reply = get("/sbin/tunein-station.pls?id=aaaa-0001");
+    EXPECT_EQ(reply.status, 502) << reply.body;
+    EXPECT_NE(at(reply.body, "answered unusably: the url reply is not JSON"), std::string::npos) << reply.body;
+}
+
 TEST_F(Gateway, AListIsKeptAndNotAskedForAgainAtOnce)
 {
     EXPECT_EQ(get("/sbin/newxml.phtml").status, 200);
@@ -201,6 +209,18 @@ TEST(GatewayMirrors, AMirrorThatIsDownIsPassedOver)
         const HttpReply reply = httpGet(server.port(), "/sbin/newxml.phtml?genre=Top&limit=" + std::to_string(round));
         EXPECT_EQ(reply.status, 200) << reply.body;
     }
+}
+
+TEST(GatewayMirrors, APlaylistIsAskedOfTheNextMirrorWhenOneAnswersBroken)
+{
+    FakeRadioDirectory broken(someStations());
+    broken.answerBroken("<html>maintenance</html>");
+    FakeRadioDirectory working(someStations());
+    StationServerProcess server({"--upstream", "radio-browser=" + broken.baseUrl() + "," + working.baseUrl()});
+    const HttpReply reply = httpGet(server.port(), "/sbin/tunein-station.pls?id=aaaa-0001");
+    EXPECT_EQ(reply.status, 200) << reply.body;
+    EXPECT_NE(at(reply.body, "File1=http://radio.example/jazz"), std::string::npos) << reply.body;
+    EXPECT_EQ(working.requests("/json/url/aaaa-0001"), 1);
 }
 
 TEST(GatewayMirrors, WhenEveryMirrorIsDownTheReplyIs502NamingThem)

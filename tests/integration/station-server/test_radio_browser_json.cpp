@@ -287,6 +287,21 @@ TEST(RadioBrowserJson, AddressReplyWithoutAUsableAddressIsUnusable)
     }
 }
 
+TEST(RadioBrowserJson, OnlyAnAnswerAboutTheStationSaysItHasNoAddress)
+{
+    for (const std::string reply : {R"({"ok": false})", R"({"ok": true})", R"({"ok": true, "url": "ftp://a/"})"})
+        EXPECT_THROW(parseStationAddress(reply), station::radiobrowser::NoStationAddress) << reply;
+    for (const std::string reply : {"<html>maintenance</html>", "[]", "{\"ok\": true, \"url\": "}) {
+        try {
+            parseStationAddress(reply);
+            ADD_FAILURE() << "used: " << reply;
+        } catch (const station::radiobrowser::NoStationAddress &) {
+            ADD_FAILURE() << "taken as an answer about the station: " << reply;
+        } catch (const ReplyError &) {
+        }
+    }
+}
+
 TEST(RadioBrowserJson, StreamAddressesAreOneLineOfHttp)
 {
     EXPECT_EQ(streamAddress("http://a.example:8000/live"), "http://a.example:8000/live");
