@@ -6,6 +6,7 @@
 #include "station_query.h"
 #include "upstream_fetch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -15,6 +16,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto genreListKept = 3600s;
+// The most of a list that is fetched, and kept as it came: a list of 500
+// stations is some 150 KB, and a cache of 256 lists stays within 1 GiB.
+constexpr std::size_t largestList = 4 * 1024 * 1024;
 constexpr auto stationListKept = 600s;
 
 // The API request that answers one directory request, the root its reply
@@ -60,10 +64,16 @@ ListRequest listRequestFor(const DirectoryRequest &asked, const std::string &dev
     return list;
 }
 
+GatewaySettings withLargestList(GatewaySettings settings)
+{
+    settings.fetch.largestBody = std::min(settings.fetch.largestBody, largestList);
+    return settings;
+}
+
 } // namespace
 
 ShoutcastGateway::ShoutcastGateway(ShoutcastUpstream upstream, GatewaySettings settings)
-    : upstream_(std::move(upstream)), settings_(std::move(settings)),
+    : upstream_(std::move(upstream)), settings_(withLargestList(std::move(settings))),
       cache_(ReplyCache::defaultCapacity, settings_.now), tuneInBase_(shoutcast::defaultTuneInBase)
 {
 }
@@ -80,7 +90,7 @@ ReplyCache::Fetched ShoutcastGateway::fetchList(const std::string &url, const st
 {
     const FetchResult fetched = FetchBudget(settings_.fetch, settings_.perReply).fetch(url);
     if (!fetched.ok)
-        return {false, {}, withoutKey(fetched.error)};
+        return {false, {}, fetched.error};
     try {
         shoutcast::PassedReply passed = shoutcast::passOn(fetched.body, root, tuneInPath);
         if (!passed.tuneInBase.empty()) {
@@ -89,7 +99,7 @@ ReplyCache::Fetched ShoutcastGateway::fetchList(const std::string &url, const st
         }
         return {true, std::move(passed.body), {}};
     } catch (const shoutcast::ReplyError &error) {
-        return {false, {}, withoutKey(upstream_.apiUrl + " answered unusably: " + error.what() + ": " + url)};
+        return {false, {}, shownUrl(url) + " answered unusably: " + error.what()};
     }
 }
 
@@ -108,22 +118,13 @@ Reply ShoutcastGateway::playlistReply(const httplib::Request &request)
     if (fetched.status == 404)
         return textReply(404, "the directory knows no station with the id \"" + id + "\"");
     if (!fetched.ok)
-        return textReply(502, withoutKey(fetched.error));
+        return textReply(502, fetched.error);
     if (!shoutcast::hasStreamLine(fetched.body))
-        return textReply(502, "the directory's playlist holds no stream address: " + url);
+        return textReply(502, "the directory's playlist holds no stream address: " + shownUrl(url));
     Reply reply;
     reply.contentType = playlistType;
     reply.body = std::move(fetched.body);
     return reply;
-}
-
-std::string ShoutcastGateway::withoutKey(std::string text) const
-{
-    const std::string keyed = "k=" + upstream_.key;
-    const std::string hidden = "k=(key)";
-    for (std::size_t at = text.find(keyed); at != std::string::npos; at = text.find(keyed, at + hidden.size()))
-        text.replace(at, keyed.size(), hidden);
-    return text;
 }
 
 } // namespace station

@@ -8,7 +8,7 @@
 // base (shoutcast_xml.h). Lists are kept for 10 minutes and the genre list for
 // an hour. A playlist is fetched from the directory's tune-in host under the
 // base its lists named, and never kept. The key goes to the directory only:
-// no reply or log line of the gateway shows it.
+// failures name the addresses without their queries (shownUrl).
 
 #include "directory_gateway.h"
 #include "reply.h"
@@ -38,8 +38,6 @@ public:
 
 private:
     ReplyCache::Fetched fetchList(const std::string &url, const std::string &root);
-    // `text` with the key blanked out, for a line a client or the log sees.
-    std::string withoutKey(std::string text) const;
 
     const ShoutcastUpstream upstream_;
     const GatewaySettings settings_;

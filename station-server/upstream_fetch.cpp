@@ -38,10 +38,21 @@ std::string seconds(std::chrono::milliseconds duration)
     return std::to_string((duration.count() + 999) / 1000) + " s";
 }
 
+// "32 MiB", "256 KiB", "100 bytes".
+std::string sizeText(std::size_t bytes)
+{
+    constexpr std::size_t kib = 1024;
+    if (bytes % (kib * kib) == 0 && bytes > 0)
+        return std::to_string(bytes / (kib * kib)) + " MiB";
+    if (bytes % kib == 0 && bytes > 0)
+        return std::to_string(bytes / kib) + " KiB";
+    return std::to_string(bytes) + " bytes";
+}
+
 std::string failure(CURLcode code, const Download &download, const FetchLimits &limits, const char *detail)
 {
     if (download.tooLarge)
-        return "the reply is larger than " + std::to_string(download.largest / (1024 * 1024)) + " MiB";
+        return "the reply is larger than " + sizeText(download.largest);
     if (code == CURLE_OPERATION_TIMEDOUT)
         return "no whole reply within " + seconds(limits.whole) + " (or no connection within " + seconds(limits.connect)
                + ")";
@@ -49,6 +60,11 @@ std::string failure(CURLcode code, const Download &download, const FetchLimits &
 }
 
 } // namespace
+
+std::string shownUrl(std::string_view url)
+{
+    return std::string(url.substr(0, url.find_first_of("?#")));
+}
 
 std::string gatewayUserAgent()
 {
@@ -66,7 +82,7 @@ FetchResult fetchUrl(const std::string &url, const FetchLimits &limits)
     FetchResult result;
     const std::unique_ptr<CURL, CurlHandleFree> handle(curl_easy_init());
     if (!handle) {
-        result.error = "cannot make a request for " + url;
+        result.error = "cannot make a request for " + shownUrl(url);
         return result;
     }
     Download download;
@@ -91,11 +107,11 @@ FetchResult fetchUrl(const std::string &url, const FetchLimits &limits)
     const CURLcode code = curl_easy_perform(curl);
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &result.status);
     if (code != CURLE_OK) {
-        result.error = failure(code, download, limits, detail) + ": " + url;
+        result.error = failure(code, download, limits, detail) + ": " + shownUrl(url);
         return result;
     }
     if (result.status < 200 || result.status > 299) {
-        result.error = "HTTP " + std::to_string(result.status) + " from " + url;
+        result.error = "HTTP " + std::to_string(result.status) + " from " + shownUrl(url);
         return result;
     }
     result.ok = true;
@@ -114,7 +130,7 @@ FetchResult FetchBudget::fetch(const std::string &url) const
     const milliseconds left = std::chrono::duration_cast<milliseconds>(deadline_ - Clock::now());
     if (left < milliseconds(1)) {
         FetchResult spent;
-        spent.error = "not asked, for the whole reply must come within " + seconds(total_) + ": " + url;
+        spent.error = "not asked, for the whole reply must come within " + seconds(total_) + ": " + shownUrl(url);
         return spent;
     }
     FetchLimits limits = limits_;

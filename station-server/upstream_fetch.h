@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace station {
 
@@ -25,12 +26,17 @@ struct FetchLimits
 struct FetchResult
 {
     // True for a whole 2xx reply; otherwise `error` says in one line what went
-    // wrong ("HTTP 503 from https://...", "timed out after 15 s: ...").
+    // wrong ("HTTP 503 from https://host/path", "no whole reply within 15 s
+    // ...: https://host/path"), naming the address without its query.
     bool ok = false;
     long status = 0; // the HTTP status, 0 when no reply came
     std::string body;
     std::string error;
 };
+
+// `url` as a failure names it: without its query, which may hold a
+// developer key or a client's search text of any length.
+std::string shownUrl(std::string_view url);
 
 // The User-Agent of every upstream request: "Tarnwave/<version> (station-server gateway)".
 std::string gatewayUserAgent();

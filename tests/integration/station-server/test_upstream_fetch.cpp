@@ -72,6 +72,13 @@ TEST_F(UpstreamFetch, AnErrorStatusIsAFailureThatNamesIt)
     EXPECT_EQ(result.error, "HTTP 503 from " + server.url("/busy"));
 }
 
+TEST_F(UpstreamFetch, AFailureNamesTheAddressWithoutItsQuery)
+{
+    const station::FetchResult result = station::fetchUrl(server.url("/busy?k=secret-key&search=a%20long%20text"));
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.error, "HTTP 503 from " + server.url("/busy"));
+}
+
 TEST_F(UpstreamFetch, ABodyOverTheLimitIsRefused)
 {
     station::FetchLimits limits;
@@ -79,7 +86,8 @@ TEST_F(UpstreamFetch, ABodyOverTheLimitIsRefused)
     const station::FetchResult result = station::fetchUrl(server.url("/huge"), limits);
     EXPECT_FALSE(result.ok);
     EXPECT_TRUE(result.body.empty());
-    EXPECT_NE(result.error.find("larger than"), std::string::npos) << result.error;
+    EXPECT_NE(result.error.find("the reply is larger than 256 KiB: " + server.url("/huge")), std::string::npos)
+        << result.error;
 }
 
 TEST_F(UpstreamFetch, ASlowUpstreamTimesOut)
