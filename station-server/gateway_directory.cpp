@@ -29,11 +29,6 @@ std::string asciiUpper(std::string_view text)
     return upper;
 }
 
-bool isBlank(std::string_view text)
-{
-    return text.find_first_not_of(" \t") == std::string_view::npos;
-}
-
 bool hasTag(const RemoteStation &station, const std::string &foldedTag)
 {
     return std::ranges::any_of(station.tags,
@@ -70,6 +65,11 @@ std::vector<DirectoryEntry> mostClicked(std::initializer_list<const std::vector<
 }
 
 } // namespace
+
+bool isBlank(std::string_view text)
+{
+    return text.find_first_not_of(" \t") == std::string_view::npos;
+}
 
 std::string mediaTypeOf(std::string_view codec)
 {

@@ -46,6 +46,10 @@ bool isListed(const radiobrowser::RemoteStation &station);
 // tags, no "ct" (the directory does not know what plays), "lc" its clicks.
 DirectoryEntry directoryEntry(const radiobrowser::RemoteStation &station);
 
+// True for a search text or genre of blanks (or none), which finds nothing:
+// no station has such a tag, and every name contains it.
+bool isBlank(std::string_view text);
+
 // The genre list: the tags carrying the most stations, most first, each name
 // (in any case) once, none without stations, at most longestGenreList.
 std::vector<std::string> genresOf(const std::vector<radiobrowser::Tag> &tags);

@@ -47,6 +47,13 @@ UpstreamPlan planFor(const DirectoryRequest &asked)
     using Kind = DirectoryRequest::Kind;
     const std::string suffix = "|mt=" + asked.mediaType + "|limit=" + std::to_string(asked.limit);
     UpstreamPlan plan;
+    const bool byText = asked.kind == Kind::search || asked.kind == Kind::genre;
+    if (byText && gateway::isBlank(asked.text)) {
+        // Finds nothing, so nothing is asked (the directory would answer
+        // its whole top list to an empty name).
+        plan.make = [](const std::vector<std::string> &) { return stationListXml({}); };
+        return plan;
+    }
     switch (asked.kind) {
     case Kind::search:
         plan.key = "search=" + foldCase(asked.text) + suffix;

@@ -3,6 +3,7 @@
 
 #include "fake_radio_directory.h"
 #include "raw_http.h"
+#include "xml_document.h"
 
 #include "support/loopback_listener.h"
 #include "support/station_server_process.h"
@@ -157,6 +158,19 @@ TEST_F(Gateway, APlaylistFromABrokenDirectoryIs502NotAnUnknownStation)
     const HttpReply reply = get("/sbin/tunein-station.pls?id=aaaa-0001");
     EXPECT_EQ(reply.status, 502) << reply.body;
     EXPECT_NE(at(reply.body, "answered unusably: the url reply is not JSON"), std::string::npos) << reply.body;
+}
+
+TEST_F(Gateway, ABlankSearchOrGenreIsAnEmptyListWithoutAsking)
+{
+    for (const std::string target :
+         {"/sbin/newxml.phtml?search=", "/sbin/newxml.phtml?search=%20%20", "/sbin/newxml.phtml?genre=%09"}) {
+        const HttpReply reply = get(target);
+        EXPECT_EQ(reply.status, 200) << target << ": " << reply.body;
+        EXPECT_TRUE(parseXml(reply.body).wellFormed) << reply.body;
+        EXPECT_EQ(parseXml(reply.body).rootName(), "stationlist") << reply.body;
+        EXPECT_TRUE(parseXml(reply.body).all("station").empty()) << reply.body;
+    }
+    EXPECT_TRUE(directory.searches().empty());
 }
 
 TEST_F(Gateway, AListIsKeptAndNotAskedForAgainAtOnce)
