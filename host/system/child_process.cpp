@@ -434,7 +434,9 @@ std::optional<ChildExit> ChildProcess::State::waitForExit(std::chrono::milliseco
 
 ChildExit ChildProcess::State::stop(std::chrono::milliseconds grace)
 {
-    ChildExit end;
+    // A child that has ended already is only reaped: its pid may be another
+    // process's by the time a signal would arrive.
+    ChildExit end = waitForExit(std::chrono::milliseconds(0)).value_or(ChildExit{});
     if (pid > 0) {
         ::kill(pid, SIGTERM);
         if (const std::optional<ChildExit> ended = waitForExit(grace)) {
@@ -511,6 +513,8 @@ std::string ChildProcess::readOutputToEnd(std::chrono::milliseconds limit)
         return {};
     const auto deadline = Clock::now() + limit;
     while (m_state->readMore(deadline) == State::ReadResult::data) { }
+    // A drain (discardOutput) may still be reading the pipe about to close.
+    m_state->stopDraining();
     m_state->output.reset();
     return std::exchange(m_state->pending, {});
 }

@@ -131,6 +131,16 @@ int StationServerProcess::stop(std::chrono::milliseconds limit)
     return exitStatusOf(server_.stop(limit));
 }
 
+std::optional<int> StationServerProcess::waitForExit(std::chrono::milliseconds limit)
+{
+    if (!running())
+        return std::nullopt;
+    const std::optional<boxhost::ChildExit> end = server_.waitForExit(limit);
+    if (!end)
+        return std::nullopt;
+    return exitStatusOf(*end);
+}
+
 std::string StationServerProcess::log() const
 {
     return server_.errors();

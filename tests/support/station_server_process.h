@@ -42,6 +42,10 @@ public:
     // Sends SIGTERM and waits for the exit: the exit status, 128 + the signal
     // when a signal ended it, or -1 when it had to be killed after `limit`.
     int stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    // Waits for an exit that something else caused (a signal the test sent):
+    // the exit status as stop() gives it, or nothing while it still runs
+    // after `limit`. The process is reaped here, never by the test itself.
+    std::optional<int> waitForExit(std::chrono::milliseconds limit = std::chrono::seconds(5));
     bool running() const { return server_.running(); }
     // Everything the server wrote to stderr (its messages and access log).
     std::string log() const;
