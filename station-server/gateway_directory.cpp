@@ -13,14 +13,6 @@ namespace {
 
 using radiobrowser::RemoteStation;
 
-std::string asciiLower(std::string_view text)
-{
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return lower;
-}
-
 std::string asciiUpper(std::string_view text)
 {
     std::string upper(text);
@@ -48,7 +40,7 @@ std::vector<DirectoryEntry> mostClicked(std::initializer_list<const std::vector<
     for (const std::vector<RemoteStation> *reply : replies) {
         for (const RemoteStation &station : *reply) {
             if (isListed(station) && (mediaType.empty() || mediaTypeOf(station.codec) == mediaType) && accept(station)
-                && seen.insert(asciiLower(station.uuid)).second)
+                && seen.insert(foldCase(station.uuid)).second)
                 chosen.push_back(&station);
         }
     }
@@ -73,7 +65,7 @@ bool isBlank(std::string_view text)
 
 std::string mediaTypeOf(std::string_view codec)
 {
-    const std::string lower = asciiLower(codec);
+    const std::string lower = foldCase(codec);
     if (lower == "mp3")
         return "audio/mpeg";
     if (lower == "aac" || lower == "aac+")
